@@ -1,0 +1,136 @@
+/// Split-complex FFT routines and the packing of two real channels into one complex spectrum.
+///
+/// Data      A complex sequence lies in two arrays of equal length, real and imaginary parts. A
+///           spectrum of n bins is two-sided: bin 0 is DC, bin n/2 Nyquist, bin n-k the mirror of
+///           bin k (its conjugate if the signal is real). No alignment is required.
+/// Scaling   Nothing scales. Forward is X[k] = sum x[i] e^(-2 pi i k / n), inverse has the positive
+///           exponent, so that inverse(forward(x)) = n x: divide by n where unity gain is wanted.
+/// Direction The routines differ: `LFFTF`, `LFFTD` and `LFFTSD` run the inverse for -1 only, and
+///           forward for all else, 0 included; `LFFT2CF` runs forward above 0, and the inverse for 0
+///           and below.
+/// Failure   Nothing is reported. Working data of the wrong precision, or whose transform could not
+///           be built, makes a routine do nothing: not a byte is written.
+/// Threads   One working-data object serves one call at a time, since its work buffer is shared.
+///           Different objects share nothing.
+/// Memory    Only the factories and `LFFT2CF` allocate (and throw std::bad_alloc).
+#ifndef QUIETFLOOR_FFT_FFT_H
+#define QUIETFLOOR_FFT_FFT_H
+
+#include <cstdint>
+#include <type_traits>
+
+#include "lib/Export.h"
+
+namespace quietfloor {
+
+class IppsFFTSpec_32f;
+class IppsFFTSpec_64f;
+
+/// The 32-bit integer of the transform routines: `long` where that has 32 bits.
+using Int32 = std::conditional_t<sizeof(long) == 4, long, std::int32_t>;
+
+} // namespace quietfloor
+
+/// A prepared transform of one length and precision. Made by a factory, owned by the caller and
+/// destroyed with `delete`; never resized, never copied.
+class QUIETFLOOR_API FFTWORKINGDATA {
+public:
+    virtual ~FFTWORKINGDATA();
+};
+
+/// Single precision. Those of the factory have 64 points.
+class FFTWORKINGDATA_F : public FFTWORKINGDATA {
+public:
+    FFTWORKINGDATA_F();
+    FFTWORKINGDATA_F(const FFTWORKINGDATA_F &) = delete;
+    FFTWORKINGDATA_F &operator=(const FFTWORKINGDATA_F &) = delete;
+    ~FFTWORKINGDATA_F() override;
+
+    quietfloor::IppsFFTSpec_32f *fftSpec = nullptr; // owned; with null no routine does anything
+};
+
+/// Double precision, of the smallest power of two, at least 2, that is not below the request.
+class FFTWORKINGDATA_D : public FFTWORKINGDATA {
+public:
+    explicit FFTWORKINGDATA_D(std::int32_t requestedSize);
+    FFTWORKINGDATA_D(const FFTWORKINGDATA_D &) = delete;
+    FFTWORKINGDATA_D &operator=(const FFTWORKINGDATA_D &) = delete;
+    ~FFTWORKINGDATA_D() override;
+
+    quietfloor::IppsFFTSpec_64f *fftSpec = nullptr; // owned; with null no routine does anything
+};
+
+/// Working data for 64 points in single precision; the caller deletes it. Throws std::bad_alloc.
+QUIETFLOOR_API FFTWORKINGDATA_F *CreateFFTWORKINGDATA_F();
+
+/// Working data in double precision for `requestedSize` points rounded up to a power of two, 2 to
+/// 2^27; a larger request gives an object through which the routines do nothing. The caller deletes
+/// it. Throws std::bad_alloc.
+QUIETFLOOR_API FFTWORKINGDATA_D *CreateFFTWORKINGDATA_D(std::int32_t requestedSize);
+
+/// Transforms `re` and `im` in place; inverse for `dir` -1, else forward. Takes an
+/// FFTWORKINGDATA_F, whose length is the length of the arrays; `n` is not looked at.
+QUIETFLOOR_API void LFFTF(float *re, float *im, quietfloor::Int32 n, quietfloor::Int32 dir,
+                          FFTWORKINGDATA &wd);
+
+/// As `LFFTF` in double precision, with an FFTWORKINGDATA_D.
+QUIETFLOOR_API void LFFTD(double *re, double *im, quietfloor::Int32 n, quietfloor::Int32 dir,
+                          FFTWORKINGDATA &wd);
+
+/// As `LFFTD` from source to destination. The source stays as it is, unless it is the destination;
+/// other overlap is not allowed.
+QUIETFLOOR_API void LFFTSD(double *srcRe, double *srcIm, double *dstRe, double *dstIm, quietfloor::Int32 n,
+                           quietfloor::Int32 dir, FFTWORKINGDATA &wd);
+
+/// Two real channels x and y through one complex transform, with an FFTWORKINGDATA_F whose length is
+/// `n`; with any other `n` nothing is done. Every array has n values. Results are kept apart while
+/// they are made, so that outputs may be the inputs.
+///
+/// `dir` > 0   reads x and y, writes their spectra in full, all n bins; the imaginary parts at bins 0
+///             and n/2 are 0.
+/// `dir` <= 0  reads both spectra, all n bins, and writes n times their signals into x and y. The
+///             spectra should be conjugate-symmetric; what is not shows in the other channel.
+///
+/// Throws std::bad_alloc, before anything is written.
+QUIETFLOOR_API void LFFT2CF(float *x, float *y, float *xRe, float *xIm, float *yRe, float *yIm,
+                            quietfloor::Int32 n, quietfloor::Int32 dir, FFTWORKINGDATA &wd);
+
+/// Takes the transform Z of z = left + i right apart: L = (Z[k] + conj Z[n-k]) / 2 and
+/// R = (Z[k] - conj Z[n-k]) / 2i. Left is entry `channel` of the pointer arrays, right the one after
+/// it; all n bins of both are written, conjugate-symmetric, with imaginary parts of exactly 0 and
+/// exact real parts at bins 0 and n/2. `n` is even, at least 2. A channel array may be `zRe` or
+/// `zIm`. Nothing is checked.
+QUIETFLOOR_API void SplitComplexSpectrumToLR(float *zRe, float *zIm, int channel, float **channelRe,
+                                             float **channelIm, int n);
+QUIETFLOOR_API void SplitComplexSpectrumToLR(double *zRe, double *zIm, int channel, double **channelRe,
+                                             double **channelIm, int n);
+
+/// Makes Z = L + i R, all n bins, from bins 0 to n/2 of two spectra of real signals: the inverse
+/// transform of Z is n left + i n right. Upper halves and the imaginary parts at bins 0 and n/2 are
+/// never read. Otherwise as the split.
+QUIETFLOOR_API void CombineLRSpectrumToComplex(int channel, float **channelRe, float **channelIm, float *zRe,
+                                               float *zIm, int n);
+
+namespace dsp {
+
+// Records of one layout under four names, kept for hosts that link against them: nothing in the
+// library makes or reads one. Assignment copies the fields; the record owns nothing.
+#define QUIETFLOOR_FFT_RECORD(Name)                                                                          \
+    class Name {                                                                                             \
+    public:                                                                                                  \
+        QUIETFLOOR_API Name &operator=(const Name &other);                                                   \
+        QUIETFLOOR_API std::int32_t GetSize() const;                                                         \
+                                                                                                             \
+        void *spec = nullptr;                                                                                \
+        std::int32_t size = 0; /* points; what GetSize returns */                                            \
+    }
+
+QUIETFLOOR_FFT_RECORD(IppFFT);
+QUIETFLOOR_FFT_RECORD(IppFFT32);
+QUIETFLOOR_FFT_RECORD(IppFFT32fReal);
+QUIETFLOOR_FFT_RECORD(IppFFT64fReal);
+#undef QUIETFLOOR_FFT_RECORD
+
+} // namespace dsp
+
+#endif
