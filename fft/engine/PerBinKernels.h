@@ -1,0 +1,130 @@
+/// The work that a frame does bin by bin, as one table of functions per processor level.
+///
+/// Rows are arrays over all bins that start on a 64-byte line and are readable and writable up to the
+/// next whole vector; a kernel runs over whole vectors, so it may also write entries past `count`.
+/// Sources stand first, what is written last.
+#ifndef QUIETFLOOR_FFT_ENGINE_PERBINKERNELS_H
+#define QUIETFLOOR_FFT_ENGINE_PERBINKERNELS_H
+
+#include <cstdint>
+
+namespace FftEngine {
+
+/// Two real frames that went through one complex transform as a + i b.
+struct PackedSpectrumRows {
+    const double *packedRe, *packedIm; // 2 halfSize bins
+    double *magnitude;                 // |A[k]| scale at index k - 1, k = 1 .. halfSize
+    double *re, *im;                   // B[k], k = 0 .. halfSize; no alignment needed
+};
+
+/// Half a spectrum of a real signal and the complex transform of half its length that gives it back.
+struct RealInverseRows {
+    const double *re, *im;          // X[k], k = 0 .. halfSize
+    const double *twiddleRe, *twiddleIm; // e^(2 pi i k / (2 halfSize)), k < halfSize
+    double *packedRe, *packedIm;    // halfSize bins, whose inverse is x[2n] + i x[2n + 1]
+};
+
+struct ReferenceRows {
+    const double *levelDb; // of the spectrum to which the gains will apply
+    double *reference;     // smoothed linear magnitude
+};
+struct ReferenceStep {
+    double boost;            // linear factor on the level
+    double fallCoef, riseCoef; // weight of the old value where the level is below or above it
+    bool isFirst;            // take the level as it is
+};
+
+struct GainRows {
+    const double *reference, *floor; // linear magnitudes
+    const double *binScore, *binActivity;
+    const double *deviation; // 0 .. 1
+    double *hold;            // weight of the old gain where gains fall
+    double *gain;            // linear
+};
+struct GainStep {
+    double floorGain;   // linear gain of noise
+    double reductionDb; // dB
+    double kneeRatio;   // lower end of the knee as a fraction of the floor
+    double binLevel;    // decision level of the bins' scores
+    double holdSmoothing, deviationExponent;
+    bool usesDeviation;
+};
+
+/// Break points of the output curve, linear gains.
+struct OutputCurve {
+    float floorOut, minOut, high, low;
+};
+
+struct LevelRows {
+    const double *levelDb;
+    const float *activity;
+    double *prevDb, *levelState, *minLevelDb, *binActivity;
+    double *smoothedDb;
+};
+struct LevelStep {
+    double minRise, minFall; // weight of the old minimum
+};
+
+struct EvidenceRows {
+    const float *score;
+    const double *smoothedDb, *minLevelDb;
+    // Shares of this frame, with one readable entry before the first bin and one after the last.
+    const double *signalShare, *noiseShare;
+    double *evidence, *signalCount, *lastUpdatePos;
+    double *noiseFloor, *floorDb; // linear, and 20 log10 of it
+    double *binScore;
+};
+struct EvidenceStep {
+    double binLevel, evidenceTarget, countLimit;
+    double thresholdDb, trackerRate, strength;
+    double position, sampleRate;
+};
+struct FloorChange {
+    bool wasUpdated; // some bin's evidence moved its floor
+    bool hasMoved;   // some floor is another one, by update or cap
+};
+
+/// The analysis of one group of bins over the last 64 frames; rings are [position][bin].
+struct ModulationRows {
+    const float *levelRing, *residualRing;
+    float *profile;      // [32][bin]
+    float *levelHistory; // [12][bin]
+    float *slowLevel0, *slowLevel1;
+    float *activity, *score;
+};
+struct ModulationStep {
+    const float *window;      // 64 values
+    const float *windowCosine, *windowSine; // window times cos and sin of 2 pi n / 64
+    int ringPos;    // oldest entry of the rings
+    int historyPos; // entry of levelHistory to be written
+    int stride;     // entries between two positions of a ring
+};
+
+struct PerBinKernels {
+    void (*SplitPackedSpectrum)(const PackedSpectrumRows &rows, double scale, int halfSize);
+    void (*PackRealInverse)(const RealInverseRows &rows, int halfSize);
+    /// 20 log10(magnitude) + offsetDb
+    void (*LevelsDb)(const double *magnitude, double offsetDb, double *levelDb, int count);
+    void (*FollowReference)(const ReferenceRows &rows, const ReferenceStep &step, int count);
+    /// Square of the level's excess over floor + offset, the excess limited to 0 .. 3 dB.
+    void (*SquaredExcess)(const double *levelDb, const double *floor, double offsetDb, double *squares, int count);
+    /// sqrt(sum / windowBins) / 3
+    void (*DeviationFromSums)(const double *sums, double windowBins, double *deviation, int count);
+    void (*SmoothGain)(const GainRows &rows, const GainStep &step, int count);
+    void (*ShapeOutput)(const double *gain, const OutputCurve &curve, double *gainOut, int count);
+    /// Returns the sum of squared rises of the level since the previous frame.
+    double (*FollowLevel)(const LevelRows &rows, const LevelStep &step, int count);
+    void (*ShareEvidence)(const float *score, double binLevel, double *signalShare, double *noiseShare, int count);
+    FloorChange (*MoveFloors)(const EvidenceRows &rows, const EvidenceStep &step, int count);
+    /// Takes one frame's magnitudes into row `position` of the rings.
+    void (*FeedModulation)(const double *magnitude, bool isFirst, double *filterState, float *levels, float *residuals,
+                           int count);
+    void (*AnalyzeModulation)(const ModulationRows &rows, const ModulationStep &step, int count);
+};
+
+/// The kernels of the level that `CpuDispatchIndex` names.
+const PerBinKernels &SelectedPerBinKernels();
+
+} // namespace FftEngine
+
+#endif

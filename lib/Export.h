@@ -1,0 +1,26 @@
+/// The library's one export macro and its version; includes nothing, so that any file may include it.
+#ifndef QUIETFLOOR_LIB_EXPORT_H
+#define QUIETFLOOR_LIB_EXPORT_H
+
+// The version lives here only; CMake, the package files and the program read it from these lines.
+#define QUIETFLOOR_VERSION_MAJOR 0
+#define QUIETFLOOR_VERSION_MINOR 1
+#define QUIETFLOOR_VERSION_PATCH 0
+
+// QUIETFLOOR_STATIC is defined by users of the static library, QUIETFLOOR_BUILDING by the build of
+// the shared one. Without either, names are imported from the shared library.
+#if defined(QUIETFLOOR_STATIC)
+#define QUIETFLOOR_API
+#elif defined(_WIN32)
+#if defined(QUIETFLOOR_BUILDING)
+#define QUIETFLOOR_API __declspec(dllexport)
+#else
+#define QUIETFLOOR_API __declspec(dllimport)
+#endif
+#elif defined(__GNUC__)
+#define QUIETFLOOR_API __attribute__((visibility("default")))
+#else
+#define QUIETFLOOR_API
+#endif
+
+#endif
