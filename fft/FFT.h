@@ -16,7 +16,10 @@
 #ifndef QUIETFLOOR_FFT_FFT_H
 #define QUIETFLOOR_FFT_FFT_H
 
+// <new> brings classes that come before ours: mingw takes the export of a file's first polymorphic
+// class for one of the type information of all.
 #include <cstdint>
+#include <new>
 #include <type_traits>
 
 #include "lib/Export.h"
