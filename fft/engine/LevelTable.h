@@ -1,0 +1,30 @@
+/// Builds a level's kernel table out of its vector types.
+#ifndef QUIETFLOOR_FFT_ENGINE_LEVELTABLE_H
+#define QUIETFLOOR_FFT_ENGINE_LEVELTABLE_H
+
+#include "fft/engine/BlockedTransform.h"
+#include "fft/engine/VectorPrimitives.h"
+
+namespace {
+
+template <class Real, class Wide, class Narrow>
+constexpr FftEngine::TransformKernels<Real> TransformKernelsOver() {
+    return {{SmallTransform<0, false, Real>, SmallTransform<1, false, Real>, SmallTransform<2, false, Real>,
+             SmallTransform<3, false, Real>, SmallTransform<4, false, Real>, SmallTransform<5, false, Real>},
+            {SmallTransform<0, true, Real>, SmallTransform<1, true, Real>, SmallTransform<2, true, Real>,
+             SmallTransform<3, true, Real>, SmallTransform<4, true, Real>, SmallTransform<5, true, Real>},
+            ShapeOver<Wide, Narrow>,
+            RowTransform<Wide, Narrow, Real>,
+            BlockedTransform<Wide, Narrow, Real>};
+}
+
+/// NarrowF serves the float transforms that are too short for F.
+template <class F, class NarrowF, class D>
+constexpr FftEngine::EngineKernels EngineKernelsOver(const char *name) {
+    return {name, TransformKernelsOver<float, F, NarrowF>(), TransformKernelsOver<double, D, D>(),
+            Magnitude<F, D>, MomentsAround<F, D>};
+}
+
+} // namespace
+
+#endif

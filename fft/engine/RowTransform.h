@@ -1,0 +1,152 @@
+/// Transforms of 2^6 to 2^16 values over a vector type, and the column transform they share with the
+/// blocked ones.
+#ifndef QUIETFLOOR_FFT_ENGINE_ROWTRANSFORM_H
+#define QUIETFLOOR_FFT_ENGINE_ROWTRANSFORM_H
+
+#include "fft/engine/EngineKernels.h"
+#include "fft/engine/SmallTransforms.h"
+
+namespace {
+
+using FftEngine::ColumnPlan;
+using FftEngine::RowPlan;
+using FftEngine::RowShape;
+using FftEngine::Split;
+
+template <class V>
+QUIETFLOOR_INLINE void Multiply(V &re, V &im, V byRe, V byIm) {
+    const V a = re, b = im;
+    re = MulSub(a, byRe, b * byIm);
+    im = MulAdd(a, byIm, b * byRe);
+}
+
+// The butterflies of one p: rows `step` values apart become neighbouring rows of `width` values.
+template <class V, int radix, bool twiddled, class Real>
+QUIETFLOOR_INLINE void Butterflies(Split<const Real> src, Split<Real> dst, const Real *twiddles,
+                                   std::int64_t step, std::int64_t width) {
+    V twiddleRe[radix], twiddleIm[radix];
+    for (int j = 1; twiddled && j < radix; ++j) {
+        twiddleRe[j] = V::Broadcast(twiddles[2 * j - 2]);
+        twiddleIm[j] = V::Broadcast(twiddles[2 * j - 1]);
+    }
+    for (std::int64_t q = 0; q < width; q += V::lanes) {
+        V re[radix], im[radix];
+        for (int j = 0; j < radix; ++j) {
+            re[j] = V::LoadU(src.re + q + j * step);
+            im[j] = V::LoadU(src.im + q + j * step);
+        }
+        Transform(re, im);
+        for (int j = 0; j < radix; ++j) {
+            if (twiddled && j > 0)
+                Multiply(re[j], im[j], twiddleRe[j], twiddleIm[j]);
+            re[j].StoreU(dst.re + q + j * width);
+            im[j].StoreU(dst.im + q + j * width);
+        }
+    }
+}
+
+// One pass of decimation in frequency over sub-transforms of `groups` * radix rows. With one group the
+// outputs lie where the inputs lay, so that source and destination may be the same.
+template <class V, int radix, class Real>
+void ColumnPass(Split<const Real> src, Split<Real> dst, const Real *twiddles, std::int64_t groups,
+                std::int64_t width) {
+    const std::int64_t step = groups * width;
+    Butterflies<V, radix, false>(src, dst, twiddles, step, width);
+    for (std::int64_t p = 1; p < groups; ++p) {
+        src = {src.re + width, src.im + width};
+        dst = {dst.re + radix * width, dst.im + radix * width};
+        twiddles += 2 * (radix - 1);
+        Butterflies<V, radix, true>(src, dst, twiddles, step, width);
+    }
+}
+
+// Transforms every column of rows of `width` values from `src` to `result`. `spare` may be `src`: it is
+// first written after `src` has been read.
+template <class V, class Real>
+void ColumnTransform(Split<const Real> src, Split<Real> spare, Split<Real> result,
+                     const ColumnPlan<Real> &plan, std::int64_t width) {
+    const Real *twiddles = plan.twiddles;
+    std::int64_t rows = plan.length;
+    for (int pass = 0; pass < plan.passes; ++pass) {
+        const std::int64_t radix = plan.radixes[pass];
+        const bool toResult = pass % 2 == 0 || pass + 1 == plan.passes;
+        const Split<Real> dst = toResult ? result : spare;
+        rows /= radix;
+        if (radix == 8)
+            ColumnPass<V, 8>(src, dst, twiddles, rows, width);
+        else
+            ColumnPass<V, 4>(src, dst, twiddles, rows, width);
+        src = {dst.re, dst.im};
+        twiddles += 2 * (radix - 1) * rows;
+        width *= radix;
+    }
+}
+
+// Loads `lanes` rows and turns them over, so that each vector holds one column.
+template <class V, int width, class Real>
+QUIETFLOOR_INLINE void LoadTransposed(const Real *src, V (&columns)[width]) {
+    for (int v = 0; v < width; v += V::lanes) {
+        V rows[V::lanes];
+        for (int i = 0; i < V::lanes; ++i)
+            rows[i] = V::Load(src + i * width + v);
+        Transpose(rows);
+        for (int i = 0; i < V::lanes; ++i)
+            columns[v + i] = rows[i];
+    }
+}
+
+// Turns and transforms the rows; value j of row k goes to k + count * j.
+template <class V, int width, bool scaled, class Real>
+void FinalPass(Split<const Real> src, Split<Real> dst, const Real *turns, std::int64_t count, Real scale) {
+    const V factor = V::Broadcast(scale);
+    for (std::int64_t k = 0; k < count; k += V::lanes) {
+        V re[width], im[width];
+        LoadTransposed(src.re + k * width, re);
+        LoadTransposed(src.im + k * width, im);
+        for (int v = 1; v < width; ++v, turns += 2 * V::lanes)
+            Multiply(re[v], im[v], V::Load(turns), V::Load(turns + V::lanes));
+        Transform(re, im);
+        for (int j = 0; j < width; ++j) {
+            (scaled ? re[j] * factor : re[j]).StoreU(dst.re + k + count * j);
+            (scaled ? im[j] * factor : im[j]).StoreU(dst.im + k + count * j);
+        }
+    }
+}
+
+template <class V>
+constexpr int rowWidth = V::lanes > 8 ? V::lanes : 8;
+
+// A whole transform. The source is read by the first pass only and the destination finished by the last
+// one, so the two may be the same.
+template <class V, class Real>
+void RowTransformOver(Split<const Real> src, Split<Real> dst, const RowPlan<Real> &plan, Real *work,
+                      Real scale) {
+    constexpr int width = rowWidth<V>;
+    const Split<Real> columns = {work, work + plan.workImag};
+    ColumnTransform<V>(src, dst, columns, plan.columns, width);
+    const Split<const Real> rows = {columns.re, columns.im};
+    if (scale == Real{1})
+        FinalPass<V, width, false>(rows, dst, plan.turns, plan.columns.length, scale);
+    else
+        FinalPass<V, width, true>(rows, dst, plan.turns, plan.columns.length, scale);
+}
+
+// The final pass takes as many rows as there are lanes: a short transform takes the narrow vector.
+template <class Wide, class Narrow>
+RowShape ShapeOver(std::int32_t order) {
+    if ((1 << order) / rowWidth<Wide> >= Wide::lanes)
+        return {Wide::lanes, rowWidth<Wide>};
+    return {Narrow::lanes, rowWidth<Narrow>};
+}
+
+template <class Wide, class Narrow, class Real>
+void RowTransform(Split<const Real> src, Split<Real> dst, const RowPlan<Real> &plan, Real *work, Real scale) {
+    if (plan.lanes == Wide::lanes)
+        RowTransformOver<Wide>(src, dst, plan, work, scale);
+    else
+        RowTransformOver<Narrow>(src, dst, plan, work, scale);
+}
+
+} // namespace
+
+#endif

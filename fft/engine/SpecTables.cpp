@@ -1,0 +1,191 @@
+#include "fft/engine/SpecTables.h"
+
+#include "fft/engine/Twiddle.h"
+
+namespace FftEngine {
+namespace {
+
+// Real and imaginary parts of a power-of-two length would fall into the same cache sets; this many bytes
+// between them keep the streams of a pass apart.
+constexpr std::int64_t workSkewBytes = 1088;
+// EngineMalloc aligns to 32 and so does a transform its work buffer; this much more reaches 64.
+constexpr std::int64_t alignmentSlack = kTableAlignment - 32;
+
+template <class Real>
+const TransformKernels<Real> &KernelsOf(const SpecRecord<Real> &spec) {
+    if constexpr (sizeof(Real) == sizeof(float))
+        return spec.kernels->transform32f;
+    else
+        return spec.kernels->transform64f;
+}
+
+// Hands out addresses one after the other, each on a line of its own.
+class TableCursor {
+public:
+    explicit TableCursor(std::uint8_t *first) : base(first) {}
+
+    template <class T>
+    const T *Take(std::int64_t count) {
+        const std::int64_t bytes = count * static_cast<std::int64_t>(sizeof(T));
+        const T *table = base ? reinterpret_cast<const T *>(base + used) : nullptr;
+        used += (bytes + kTableAlignment - 1) / kTableAlignment * kTableAlignment;
+        return table;
+    }
+    std::int64_t Used() const { return used; }
+
+private:
+    std::uint8_t *base;
+    std::int64_t used = 0;
+};
+
+// Radix 8 throughout, with one or two passes of radix 4 for what is left; 2^order rows, order >= 2.
+template <class Real>
+ColumnPlan<Real> PlanColumns(std::int32_t order, TableCursor &cursor) {
+    ColumnPlan<Real> plan = {};
+    plan.length = 1 << order;
+    const std::int32_t fours = (3 - order % 3) % 3; // 3 a + 2 fours = order
+    std::int64_t entries = 0;
+    for (std::int32_t left = order; left > 0; ++plan.passes) {
+        const std::int32_t bits = plan.passes < fours ? 2 : 3;
+        plan.radixes[plan.passes] = 1 << bits;
+        left -= bits;
+        entries += 2 * ((std::int64_t{1} << bits) - 1) << left;
+    }
+    plan.twiddles = cursor.Take<Real>(entries);
+    return plan;
+}
+
+template <class Real>
+RowPlan<Real> PlanRows(const TransformKernels<Real> &kernels, std::int32_t order, TableCursor &cursor) {
+    const RowShape shape = kernels.shape(order);
+    std::int32_t widthOrder = 0;
+    while (1 << widthOrder < shape.width)
+        ++widthOrder;
+    RowPlan<Real> plan = {};
+    plan.width = shape.width;
+    plan.lanes = shape.lanes;
+    plan.columns = PlanColumns<Real>(order - widthOrder, cursor);
+    plan.turns = cursor.Take<Real>(std::int64_t{2} * (shape.width - 1) * plan.columns.length);
+    plan.workImag = (std::int64_t{1} << order) + workSkewBytes / static_cast<std::int64_t>(sizeof(Real));
+    return plan;
+}
+
+template <class Real>
+BlockedPlan<Real> PlanBlocked(const TransformKernels<Real> &kernels, std::int32_t order,
+                              TableCursor &cursor) {
+    BlockedPlan<Real> plan = {};
+    const std::int32_t sideOrder = order / 2;
+    plan.side = 1 << sideOrder;
+    plan.parts = 1 << order % 2;
+    plan.rows = PlanRows(kernels, sideOrder, cursor);
+    plan.columns = PlanColumns<Real>(sideOrder, cursor);
+    if (plan.parts == 2)
+        plan.halves = {cursor.Take<Real>(plan.side), cursor.Take<Real>(plan.side)};
+    plan.nearTurns = cursor.Take<Real>(std::int64_t{2} * kBlockColumns * plan.side);
+    plan.fineBits = sideOrder;
+    plan.coarseTurns = cursor.Take<double>(std::int64_t{2} << (order - sideOrder));
+    plan.fineTurns = cursor.Take<double>(std::int64_t{2} << sideOrder);
+    plan.blockValues =
+        std::int64_t{kBlockColumns} * plan.side + workSkewBytes / static_cast<std::int64_t>(sizeof(Real));
+    return plan;
+}
+
+// The plans hold read-only addresses for the transforms' sake; only filling writes through them.
+template <class Real>
+class TableWriter {
+public:
+    explicit TableWriter(const Real *table) : next(const_cast<Real *>(table)) {}
+    void Put(long double value) { *next++ = static_cast<Real>(value); }
+    void PutPair(std::pair<long double, long double> value) {
+        Put(value.first);
+        Put(value.second);
+    }
+
+private:
+    Real *next;
+};
+
+template <class Real>
+void FillColumns(const ColumnPlan<Real> &plan) {
+    TableWriter<Real> writer(plan.twiddles);
+    std::int64_t rows = plan.length;
+    for (std::int32_t pass = 0; pass < plan.passes; ++pass) {
+        const std::int64_t radix = plan.radixes[pass];
+        for (std::int64_t p = 0; p < rows / radix; ++p)
+            for (std::int64_t j = 1; j < radix; ++j)
+                writer.PutPair(Twiddle(j * p, rows));
+        rows /= radix;
+    }
+}
+
+template <class Real>
+void FillRows(const RowPlan<Real> &plan) {
+    FillColumns(plan.columns);
+    TableWriter<Real> writer(plan.turns);
+    const std::int64_t length = plan.columns.length, n = length * plan.width;
+    for (std::int64_t k = 0; k < length; k += plan.lanes)
+        for (std::int64_t v = 1; v < plan.width; ++v) {
+            for (std::int64_t lane = 0; lane < plan.lanes; ++lane)
+                writer.Put(Twiddle(v * (k + lane), n).first);
+            for (std::int64_t lane = 0; lane < plan.lanes; ++lane)
+                writer.Put(Twiddle(v * (k + lane), n).second);
+        }
+}
+
+template <class Real>
+void FillBlocked(const BlockedPlan<Real> &plan) {
+    const std::int64_t side = plan.side, n = side * side * plan.parts;
+    FillRows(plan.rows);
+    FillColumns(plan.columns);
+    TableWriter<Real> halvesRe(plan.halves.re), halvesIm(plan.halves.im);
+    for (std::int64_t k = 0; plan.parts == 2 && k < side; ++k) {
+        halvesRe.Put(Twiddle(k, 2 * side).first);
+        halvesIm.Put(Twiddle(k, 2 * side).second);
+    }
+    TableWriter<Real> nearTurns(plan.nearTurns);
+    for (std::int64_t a = 0; a < side; ++a) {
+        for (std::int64_t i = 0; i < kBlockColumns; ++i)
+            nearTurns.Put(Twiddle(a * i, n).first);
+        for (std::int64_t i = 0; i < kBlockColumns; ++i)
+            nearTurns.Put(Twiddle(a * i, n).second);
+    }
+    const std::int64_t fineCount = std::int64_t{1} << plan.fineBits;
+    TableWriter<double> coarse(plan.coarseTurns), fine(plan.fineTurns);
+    for (std::int64_t e = 0; e < n; e += fineCount)
+        coarse.PutPair(Twiddle(e, n));
+    for (std::int64_t e = 0; e < fineCount; ++e)
+        fine.PutPair(Twiddle(e, n));
+}
+
+} // namespace
+
+template <class Real>
+std::int64_t LayOutTables(SpecRecord<Real> &spec, std::uint8_t *tables) {
+    TableCursor cursor(tables);
+    std::int64_t workValues = 0;
+    if (spec.order > kMaxRowOrder) {
+        spec.blocked = PlanBlocked(KernelsOf(spec), spec.order, cursor);
+        workValues = 4 * spec.blocked.blockValues;
+    } else if (spec.order > kMaxSmallOrder) {
+        spec.rows = PlanRows(KernelsOf(spec), spec.order, cursor);
+        workValues = spec.rows.workImag + (std::int64_t{1} << spec.order);
+    }
+    const std::int64_t workBytes = workValues * static_cast<std::int64_t>(sizeof(Real));
+    spec.workBytes = static_cast<std::int32_t>(workBytes == 0 ? 0 : workBytes + alignmentSlack);
+    return cursor.Used();
+}
+
+template <class Real>
+void FillTables(const SpecRecord<Real> &spec) {
+    if (spec.order > kMaxRowOrder)
+        FillBlocked(spec.blocked);
+    else if (spec.order > kMaxSmallOrder)
+        FillRows(spec.rows);
+}
+
+template std::int64_t LayOutTables(SpecRecord<float> &, std::uint8_t *);
+template std::int64_t LayOutTables(SpecRecord<double> &, std::uint8_t *);
+template void FillTables(const SpecRecord<float> &);
+template void FillTables(const SpecRecord<double> &);
+
+} // namespace FftEngine
