@@ -136,8 +136,9 @@ private:
 
     static void BuildAnalysisWindow(Record *record);
     static void Convolve(Record *record);
+    static void EstimateGains(Record *record);
     static void ComputeXfms(Record *record, double *gain);
-    static void ComputeComponent(const Record *record, double *outReal, double *gain);
+    static void ComputeComponent(Record *record, double *outReal, double *gain);
 
     bool ReinitPending = true;
     bool XfmsPending = true;

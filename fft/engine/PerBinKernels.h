@@ -1,14 +1,21 @@
 /// The work that a frame does bin by bin, as one table of functions per processor level.
 ///
-/// Rows are arrays over all bins that start on a 64-byte line and are readable and writable up to the
-/// next whole vector; a kernel runs over whole vectors, so it may also write entries past `count`.
-/// Sources stand first, what is written last.
+/// Rows are arrays over all bins, best on a 64-byte line. A kernel runs over whole vectors: `count` is
+/// a multiple of 16, or the rows are readable and writable up to the next one. In each struct the
+/// sources stand first, what is carried or written last.
 #ifndef QUIETFLOOR_FFT_ENGINE_PERBINKERNELS_H
 #define QUIETFLOOR_FFT_ENGINE_PERBINKERNELS_H
 
 #include <cstdint>
 
 namespace FftEngine {
+
+/// Levels beyond these, in dB, count as these in the floor tracker.
+inline constexpr double lowestLevelDb = -400.0;
+inline constexpr double highestLevelDb = 400.0;
+
+/// Magnitudes beyond this count as this in the modulation analysis, whose squares are floats.
+inline constexpr double highestMagnitude = 1e16;
 
 /// Two real frames that went through one complex transform as a + i b.
 struct PackedSpectrumRows {
@@ -19,9 +26,9 @@ struct PackedSpectrumRows {
 
 /// Half a spectrum of a real signal and the complex transform of half its length that gives it back.
 struct RealInverseRows {
-    const double *re, *im;          // X[k], k = 0 .. halfSize
+    const double *re, *im;               // X[k], k = 0 .. halfSize
     const double *twiddleRe, *twiddleIm; // e^(2 pi i k / (2 halfSize)), k < halfSize
-    double *packedRe, *packedIm;    // halfSize bins, whose inverse is x[2n] + i x[2n + 1]
+    double *packedRe, *packedIm;         // halfSize bins, whose inverse is x[2n] + i x[2n + 1]
 };
 
 struct ReferenceRows {
@@ -29,9 +36,9 @@ struct ReferenceRows {
     double *reference;     // smoothed linear magnitude
 };
 struct ReferenceStep {
-    double boost;            // linear factor on the level
+    double boost;              // linear factor on the level
     double fallCoef, riseCoef; // weight of the old value where the level is below or above it
-    bool isFirst;            // take the level as it is
+    bool isFirst;              // take the level as it is
 };
 
 struct GainRows {
@@ -76,15 +83,23 @@ struct EvidenceRows {
 };
 struct EvidenceStep {
     double binLevel, evidenceTarget, countLimit;
-    double thresholdDb, trackerRate, strength;
+    double thresholdDb, trackerRate;
     double position, sampleRate;
+    bool isFirst; // evidence starts at 0 as each bin's turn comes, so its lower neighbour's share is lost
 };
 struct FloorChange {
     bool wasUpdated; // some bin's evidence moved its floor
     bool hasMoved;   // some floor is another one, by update or cap
 };
 
-/// The analysis of one group of bins over the last 64 frames; rings are [position][bin].
+/// What the analysis of 64 values needs, n = 0 .. 63.
+struct ModulationTables {
+    float window[64];
+    float windowCosine[64], windowSine[64]; // window times cos and sin of 2 pi n / 64
+    float cosine[64], sine[64];             // of 2 pi n / 64
+};
+
+/// The modulation analysis of all bins over their last 64 frames; rings are [position][bin].
 struct ModulationRows {
     const float *levelRing, *residualRing;
     float *profile;      // [32][bin]
@@ -93,11 +108,11 @@ struct ModulationRows {
     float *activity, *score;
 };
 struct ModulationStep {
-    const float *window;      // 64 values
-    const float *windowCosine, *windowSine; // window times cos and sin of 2 pi n / 64
+    const ModulationTables *tables;
     int ringPos;    // oldest entry of the rings
     int historyPos; // entry of levelHistory to be written
     int stride;     // entries between two positions of a ring
+    float activityRef;
 };
 
 struct PerBinKernels {
@@ -107,20 +122,24 @@ struct PerBinKernels {
     void (*LevelsDb)(const double *magnitude, double offsetDb, double *levelDb, int count);
     void (*FollowReference)(const ReferenceRows &rows, const ReferenceStep &step, int count);
     /// Square of the level's excess over floor + offset, the excess limited to 0 .. 3 dB.
-    void (*SquaredExcess)(const double *levelDb, const double *floor, double offsetDb, double *squares, int count);
+    void (*SquaredExcess)(const double *levelDb, const double *floor, double offsetDb, double *squares,
+                          int count);
     /// sqrt(sum / windowBins) / 3
     void (*DeviationFromSums)(const double *sums, double windowBins, double *deviation, int count);
     void (*SmoothGain)(const GainRows &rows, const GainStep &step, int count);
     void (*ShapeOutput)(const double *gain, const OutputCurve &curve, double *gainOut, int count);
     /// Returns the sum of squared rises of the level since the previous frame.
     double (*FollowLevel)(const LevelRows &rows, const LevelStep &step, int count);
-    void (*ShareEvidence)(const float *score, double binLevel, double *signalShare, double *noiseShare, int count);
+    void (*ShareEvidence)(const float *score, double binLevel, double *signalShare, double *noiseShare,
+                          int count);
     FloorChange (*MoveFloors)(const EvidenceRows &rows, const EvidenceStep &step, int count);
     /// Takes one frame's magnitudes into row `position` of the rings.
-    void (*FeedModulation)(const double *magnitude, bool isFirst, double *filterState, float *levels, float *residuals,
-                           int count);
+    void (*FeedModulation)(const double *magnitude, bool isFirst, double *filterState, float *levels,
+                           float *residuals, int count);
     void (*AnalyzeModulation)(const ModulationRows &rows, const ModulationStep &step, int count);
 };
+
+extern const PerBinKernels kGenericPerBinKernels;
 
 /// The kernels of the level that `CpuDispatchIndex` names.
 const PerBinKernels &SelectedPerBinKernels();

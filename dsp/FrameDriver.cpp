@@ -1,0 +1,86 @@
+// Any block size in, whole frames through, any block size out.
+#include <algorithm>
+
+#include "dsp/SingleChannelAdaptiveNoise.h"
+#include "dsp/SingleChannelAdaptiveNoiseParams.h"
+#include "fft/engine/DenormalScope.h"
+
+namespace dsp {
+namespace {
+
+constexpr float highestSample = 1e15f;
+
+// NaN fails both comparisons of the range and becomes 0, as infinity does.
+float Sanitized(float sample) noexcept {
+    constexpr float highestFinite = 3.402823466e38f;
+    if (!(sample >= -highestFinite && sample <= highestFinite))
+        return 0.0f;
+    return std::clamp(sample, -highestSample, highestSample);
+}
+
+void TakeInput(SingleChannelAdaptiveNoiseParams &record, const float *in, int count) noexcept {
+    float *target = record.inputBuffer.data() + record.writePos;
+    for (int i = 0; i < count; ++i) {
+        const int index = (record.ditherIndex + i) % ditherLength;
+        target[i] = Sanitized(in[i]) + record.DitherTable[static_cast<std::size_t>(index)];
+    }
+    record.ditherIndex = (record.ditherIndex + count) % ditherLength;
+}
+
+// Before the write position has reached the read offset there is nothing to give but silence.
+void GiveOutput(SingleChannelAdaptiveNoiseParams &record, float *out, int count) noexcept {
+    const int first = record.writePos - record.geometry.readOffset;
+    const int silent = std::clamp(-first, 0, count);
+    std::fill_n(out, silent, 0.0f);
+    for (int i = silent; i < count; ++i)
+        out[i] = record.outputBuffer[static_cast<std::size_t>(first + i)] + 0.0f; // makes -0 plain 0
+    if (record.compander)
+        record.compander->ExpandBlock(out, record.compOutputPos, count);
+    record.compOutputPos += count;
+}
+
+void CompressNewInput(SingleChannelAdaptiveNoiseParams &record) noexcept {
+    if (record.compander)
+        record.compander->CompressBlock(record.inputBuffer.data() + record.writePos -
+                                            record.samplesSinceFrame,
+                                        record.compInputPos, record.samplesSinceFrame);
+    record.compInputPos += record.samplesSinceFrame;
+    record.samplesSinceFrame = 0;
+}
+
+void DropHop(SingleChannelAdaptiveNoiseParams &record) noexcept {
+    const auto input = record.inputBuffer.begin();
+    std::copy(input + record.geometry.hopSize, input + record.geometry.FrameEnd(), input);
+    record.writePos -= record.geometry.hopSize;
+}
+
+} // namespace
+
+void SingleChannelAdaptiveNoise::RebuildIfPending() {
+    if (ReinitPending || record == nullptr)
+        Initialize();
+    if (XfmsPending)
+        InitializeParameters();
+}
+
+void SingleChannelAdaptiveNoise::Process(float *in, float *out, int count) {
+    RebuildIfPending();
+    const FftEngine::DenormalScope noDenormals;
+    while (count > 0) {
+        const int n = std::min(count, record->geometry.FrameEnd() - record->writePos);
+        TakeInput(*record, in, n);
+        GiveOutput(*record, out, n);
+        record->writePos += n;
+        record->samplesSinceFrame += n;
+        in += n;
+        out += n;
+        count -= n;
+        if (record->writePos == record->geometry.FrameEnd()) {
+            CompressNewInput(*record);
+            Convolve(record);
+            DropHop(*record);
+        }
+    }
+}
+
+} // namespace dsp

@@ -1,0 +1,171 @@
+/// The modulation spectrum of each bin's magnitude over 64 frames; a vector holds neighbouring bins.
+#ifndef QUIETFLOOR_FFT_ENGINE_MODULATIONBODY_H
+#define QUIETFLOOR_FFT_ENGINE_MODULATIONBODY_H
+
+#include "fft/engine/PerBinKernels.h"
+#include "fft/engine/SmallTransforms.h"
+#include "fft/engine/TrackerBody.h"
+#include "fft/engine/VectorMath.h"
+
+namespace {
+
+constexpr int ringLength = 64;
+constexpr int profileLength = 32;
+constexpr int historyLength = 12;
+
+template <class V>
+void FeedModulation(const double *magnitude, bool isFirst, double *filterState, float *levels,
+                    float *residuals, int count) {
+    for (int k = 0; k < count; k += V::lanes) {
+        const V x = Min(V::LoadU(magnitude + k), V::Broadcast(FftEngine::highestMagnitude));
+        // The filter starts settled at the first value.
+        V state = isFirst ? x / V::Broadcast(lowPassB0 + lowPassB1) : V::LoadU(filterState + k);
+        const V trend = LowPass(x, state);
+        state.StoreU(filterState + k);
+        x.StoreFloats(levels + k);
+        (x - trend).StoreFloats(residuals + k);
+    }
+}
+
+// Applies a function of doubles to a vector of floats, rounding only its result.
+template <class VF, class VD, class Function>
+VF InDouble(VF x, Function function) {
+    VD low, high;
+    Widen(x, low, high);
+    return Narrow(function(low), function(high));
+}
+
+// Sample standard deviation of `length` values at `stride`, with double sums.
+template <class VF, class VD>
+VF StandardDeviation(const float *values, int stride, int length) {
+    const VD zero = VD::Broadcast(0.0);
+    VD sumLow = zero, sumHigh = zero, squaresLow = zero, squaresHigh = zero;
+    for (int i = 0; i < length; ++i) {
+        VD low, high;
+        Widen(VF::LoadU(values + i * stride), low, high);
+        sumLow = sumLow + low;
+        sumHigh = sumHigh + high;
+        squaresLow = MulAdd(low, low, squaresLow);
+        squaresHigh = MulAdd(high, high, squaresHigh);
+    }
+    const VD n = VD::Broadcast(length), degrees = VD::Broadcast(length * (length - 1));
+    return Narrow(Sqrt(Max(MulSub(n, squaresLow, sumLow * sumLow), zero) / degrees),
+                  Sqrt(Max(MulSub(n, squaresHigh, sumHigh * sumHigh), zero) / degrees));
+}
+
+// `weight` of the old value where it is above the new one, `riseWeight` of it elsewhere.
+template <class VF>
+VF Smoothed(VF old, VF fresh, float weight, float freshWeight, float riseWeight, float riseFreshWeight) {
+    const VF fallen = VF::Broadcast(weight) * old + VF::Broadcast(freshWeight) * fresh;
+    const VF risen = VF::Broadcast(riseWeight) * old + VF::Broadcast(riseFreshWeight) * fresh;
+    return Select(old > fresh, fallen, risen);
+}
+
+// Bins 0 and 1 of the level's windowed transform, smoothed with a fast fall and a slow rise; their
+// sum goes into the history.
+template <class VF>
+void FollowSlowLevel(const FftEngine::ModulationRows &rows, const FftEngine::ModulationStep &step, int k) {
+    const FftEngine::ModulationTables &tables = *step.tables;
+    VF sum = VF::Broadcast(0.0f), re = sum, im = sum;
+    for (int n = 0; n < ringLength; ++n) {
+        const VF level = VF::LoadU(rows.levelRing + ((step.ringPos + n) % ringLength) * step.stride + k);
+        sum = MulAdd(level, VF::Broadcast(tables.window[n]), sum);
+        re = MulAdd(level, VF::Broadcast(tables.windowCosine[n]), re);
+        im = MulAdd(level, VF::Broadcast(tables.windowSine[n]), im);
+    }
+    const VF magnitude0 = Max(sum, -sum), magnitude1 = Sqrt(re * re + im * im);
+    const VF slow0 = Smoothed(VF::LoadU(rows.slowLevel0 + k), magnitude0, 0.2f, 0.8f, 0.92f, 0.08f);
+    const VF slow1 = Smoothed(VF::LoadU(rows.slowLevel1 + k), magnitude1, 0.2f, 0.8f, 0.92f, 0.08f);
+    slow0.StoreU(rows.slowLevel0 + k);
+    slow1.StoreU(rows.slowLevel1 + k);
+    (slow1 + slow0).StoreU(rows.levelHistory + step.historyPos * step.stride + k);
+}
+
+// Magnitudes of bins 0 to 31 of the residual's windowed transform: 64 real values as 32 complex ones,
+// even samples real and odd ones imaginary, X[j] = E[j] + w^j O[j] and X[32 - j] = conj(E[j] - w^j O[j]).
+template <class VF>
+void ModulationSpectrum(const FftEngine::ModulationRows &rows, const FftEngine::ModulationStep &step, int k,
+                        VF (&magnitude)[profileLength]) {
+    const FftEngine::ModulationTables &tables = *step.tables;
+    VF re[profileLength], im[profileLength];
+    for (int n = 0; n < profileLength; ++n) {
+        const int even = (step.ringPos + 2 * n) % ringLength, odd = (step.ringPos + 2 * n + 1) % ringLength;
+        re[n] = VF::LoadU(rows.residualRing + even * step.stride + k) * VF::Broadcast(tables.window[2 * n]);
+        im[n] =
+            VF::LoadU(rows.residualRing + odd * step.stride + k) * VF::Broadcast(tables.window[2 * n + 1]);
+    }
+    Transform(re, im);
+    const VF half = VF::Broadcast(0.5f), dc = re[0] + im[0];
+    magnitude[0] = Max(dc, -dc);
+    for (int j = 1; j <= profileLength / 2; ++j) {
+        const int m = profileLength - j;
+        const VF evenRe = (re[j] + re[m]) * half, evenIm = (im[j] - im[m]) * half;
+        const VF oddRe = (im[j] + im[m]) * half, oddIm = (re[m] - re[j]) * half;
+        const VF c = VF::Broadcast(tables.cosine[j]), s = VF::Broadcast(tables.sine[j]);
+        const VF turnedRe = MulAdd(c, oddRe, s * oddIm), turnedIm = MulSub(c, oddIm, s * oddRe);
+        const VF upRe = evenRe + turnedRe, upIm = evenIm + turnedIm;
+        const VF downRe = evenRe - turnedRe, downIm = evenIm - turnedIm;
+        magnitude[j] = Sqrt(upRe * upRe + upIm * upIm);
+        magnitude[m] = Sqrt(downRe * downRe + downIm * downIm);
+    }
+}
+
+// How uneven the smoothed modulation spectrum is, against its mean: the pooled deviation of its three
+// stretches. The divisor is 31, one more than the values less one of each stretch add up to.
+template <class VF, class VD>
+VF Unevenness(const FftEngine::ModulationRows &rows, const FftEngine::ModulationStep &step, int k) {
+    VF magnitude[profileLength];
+    ModulationSpectrum(rows, step, k, magnitude);
+    VF sum = VF::Broadcast(0.0f);
+    for (int j = 0; j < profileLength; ++j) {
+        float *entry = rows.profile + j * step.stride + k;
+        const VF profile = VF::Broadcast(0.3f) * VF::LoadU(entry) + VF::Broadcast(0.7f) * magnitude[j];
+        profile.StoreU(entry);
+        sum = sum + profile;
+    }
+    const VF mean = sum * VF::Broadcast(0.03125f);
+    const auto stretch = [&](int first, int length) {
+        const VF deviation =
+            StandardDeviation<VF, VD>(rows.profile + first * step.stride + k, step.stride, length);
+        return VF::Broadcast(static_cast<float>(length - 1)) * (deviation * deviation);
+    };
+    const VF pooled = Sqrt((stretch(0, 8) + stretch(8, 16) + stretch(24, 8)) / VF::Broadcast(31.0f));
+    const VF scaled = pooled / InDouble<VF, VD>(mean, [](VD x) { return Pow(x, 0.88); });
+    return Max(Select(mean > VF::Broadcast(1e-10f), scaled, pooled), VF::Broadcast(0.0001f));
+}
+
+// How much the slow level varies over the last twelve analyses, against its mean.
+template <class VF, class VD>
+VF LevelVariability(const FftEngine::ModulationRows &rows, const FftEngine::ModulationStep &step, int k) {
+    VF sum = VF::Broadcast(0.0f);
+    for (int i = 0; i < historyLength; ++i)
+        sum = sum + VF::LoadU(rows.levelHistory + i * step.stride + k);
+    const VF mean = sum / VF::Broadcast(static_cast<float>(historyLength));
+    const VF deviation = StandardDeviation<VF, VD>(rows.levelHistory + k, step.stride, historyLength);
+    const VF scaled = deviation / InDouble<VF, VD>(mean, [](VD x) { return Pow(x, 0.85); });
+    return Select(mean > VF::Broadcast(1e-10f), scaled, deviation);
+}
+
+template <class VF, class VD>
+void AnalyzeModulation(const FftEngine::ModulationRows &rows, const FftEngine::ModulationStep &step,
+                       int count) {
+    for (int k = 0; k < count; k += VF::lanes) {
+        FollowSlowLevel<VF>(rows, step, k);
+        const VF variability = LevelVariability<VF, VD>(rows, step, k);
+        const VF activity = Smoothed(VF::LoadU(rows.activity + k), variability, 0.15f, 0.85f, 0.95f, 0.05f);
+        activity.StoreU(rows.activity + k);
+
+        // A bin whose level hardly varies has its score cut by up to three quarters.
+        const VF uneven = Unevenness<VF, VD>(rows, step, k);
+        const VF relative = activity / VF::Broadcast(step.activityRef);
+        const VF cut = uneven * (relative * relative * VF::Broadcast(0.75f) + VF::Broadcast(0.25f));
+        const VF fresh = Select(VF::Broadcast(step.activityRef) > activity, cut, uneven);
+        const VF old = VF::LoadU(rows.score + k);
+        const VF fallen = VF::Broadcast(0.5f) * old + VF::Broadcast(0.5f) * fresh;
+        Select(fresh > old, fresh, fallen).StoreU(rows.score + k);
+    }
+}
+
+} // namespace
+
+#endif

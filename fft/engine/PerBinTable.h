@@ -1,0 +1,22 @@
+/// Builds a level's table of per-bin kernels out of its vector types.
+#ifndef QUIETFLOOR_FFT_ENGINE_PERBINTABLE_H
+#define QUIETFLOOR_FFT_ENGINE_PERBINTABLE_H
+
+#include "fft/engine/ModulationBody.h"
+#include "fft/engine/NoiseGainBody.h"
+#include "fft/engine/SpectralBody.h"
+#include "fft/engine/TrackerBody.h"
+
+namespace {
+
+template <class F, class D>
+constexpr FftEngine::PerBinKernels PerBinKernelsOver() {
+    return {SplitPackedSpectrum<D>, PackRealInverse<D>,   LevelsDb<D>,   FollowReference<D>,
+            SquaredExcess<D>,       DeviationFromSums<D>, SmoothGain<D>, ShapeOutput<D>,
+            FollowLevel<D>,         ShareEvidence<D>,     MoveFloors<D>, FeedModulation<D>,
+            AnalyzeModulation<F, D>};
+}
+
+} // namespace
+
+#endif

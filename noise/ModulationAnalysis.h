@@ -1,0 +1,55 @@
+/// Tells steady noise from modulated sound by the spectrum of each bin's magnitude over 64 frames.
+#ifndef QUIETFLOOR_NOISE_MODULATIONANALYSIS_H
+#define QUIETFLOOR_NOISE_MODULATIONANALYSIS_H
+
+#include "fft/engine/AlignedRow.h"
+#include "fft/engine/PerBinKernels.h"
+
+namespace quietfloor {
+
+/// The 4-term Blackman-Harris window (symmetric) and the rotations of a 64-point transform.
+class ModulationAnalyzer {
+public:
+    ModulationAnalyzer();
+
+    FftEngine::ModulationTables Tables;
+};
+
+/// The modulation of all bins. Every row holds one entry per bin; rings hold one row per frame. Bin 0
+/// is never analysed: its score and activity stay 0.
+class BinAnalysis {
+public:
+    /// `bins` is a multiple of 16. Allocates; throws std::bad_alloc.
+    BinAnalysis(int bins, const FftEngine::PerBinKernels &kernels);
+
+    /// Takes the linear magnitudes of one frame. On every eighth call it analyses the last 64 and
+    /// returns true: scores and activities are new.
+    bool Analyze(const double *magnitude) noexcept;
+
+    FftEngine::Row<float> Score;    // unevenness of the modulation spectrum; low for noise, peak-held
+    FftEngine::Row<float> Activity; // variability of the slow level
+
+private:
+    static constexpr float ActivityRef = 0.1f; // less active bins have their score cut
+
+    int Bins;
+    int Stride; // entries of a row, whole vectors
+    const FftEngine::PerBinKernels *Kernels;
+    ModulationAnalyzer Analyzer;
+
+    // Carried from frame to frame; nothing else clears them than a new object.
+    bool Started = false;
+    FftEngine::Row<double> FilterState;           // of the low-pass whose output is the trend
+    FftEngine::Row<float> LevelRing;              // 64 rows: magnitudes
+    FftEngine::Row<float> ResidualRing;           // 64 rows: magnitude minus trend
+    FftEngine::Row<float> ModulationProfile;      // 32 rows: smoothed modulation magnitudes
+    FftEngine::Row<float> LevelHistory;           // 12 rows: sums of the slow levels
+    FftEngine::Row<float> SlowLevel0, SlowLevel1; // smoothed magnitudes of modulation bins 0 and 1
+    int RingPos = 0;                              // next row of both rings
+    int Decimation = 0;                           // calls modulo 8
+    int HistoryPos = 0;                           // next row of LevelHistory
+};
+
+} // namespace quietfloor
+
+#endif

@@ -1,0 +1,96 @@
+/// Level spectra in, gain curve out: what is noise in one channel, and how much of it stays.
+#ifndef QUIETFLOOR_NOISE_NOISEREMOVER_H
+#define QUIETFLOOR_NOISE_NOISEREMOVER_H
+
+#include <cstddef>
+#include <optional>
+
+#include "fft/engine/AlignedRow.h"
+#include "fft/engine/PerBinKernels.h"
+#include "noise/NoiseRemoverSettings.h"
+#include "noise/NoiseTracker.h"
+
+namespace quietfloor {
+
+/// The noise engine of one channel. H is half the FFT size, P the frame advance in samples.
+///
+/// Construct, `SetSettings`, `Reset`; then `ProcessFrame` once per frame, with `SetSettings` between
+/// frames. A copy is independent and goes on as the original would. One thread at a time.
+class CNoiseRemover {
+public:
+    /// `halfSize` is a power of two from 16 up; `sampleRate` in Hz and `hop` in samples are positive.
+    CNoiseRemover(int halfSize, int sampleRate, int hop);
+    CNoiseRemover(const CNoiseRemover &) = default;
+    CNoiseRemover &operator=(const CNoiseRemover &) = default;
+    virtual ~CNoiseRemover() = default;
+
+    /// Takes settings as given (finite) and derives from them; between frames it takes effect at once.
+    /// Never allocates.
+    void SetSettings(const NoiseRemoverSettings &given) noexcept;
+
+    /// The settings as last given, before any derivation.
+    const NoiseRemoverSettings &GivenSettings() const noexcept { return Given; }
+
+    /// Forgets everything but the settings. Allocates; throws std::bad_alloc.
+    void Reset();
+
+    /// One frame. All arrays have H + 1 entries: `mag` linear magnitudes, `db` their levels with
+    /// entries 0 and H at -200, `refDb` the levels of the frame to which the gains will apply.
+    /// Writes gains to `gainOut`[1 .. H-2], and H-1 too while it passes everything through. Never
+    /// allocates.
+    void ProcessFrame(const double *mag, const double *db, double *gainOut, const double *refDb) noexcept;
+
+    // State that can be watched.
+    NoiseRemoverSettings Settings;    // derived
+    bool Tracking = false;            // a frame above -110 dB has come; gains are computed
+    double SamplePosition = 0.0;      // samples since the reset
+    double BoostDb = 0.0;             // transient boost that is left, 0 when inactive
+    FftEngine::Row<double> Reference; // smoothed linear magnitude per bin
+    FftEngine::Row<double> Floor;     // noise floor per bin, linear, spread over neighbours
+    FftEngine::Row<double> Gain;      // smoothed gain per bin, before the output curve
+    FftEngine::Row<double> Deviation; // local excess of the spectrum over the floor, 0 .. 1
+    FftEngine::Row<double> Hold;      // smoothing of falling gains per bin
+    std::optional<CNoiseTracker> Tracker;
+
+private:
+    void UpdateDerived() noexcept;
+    void UpdateTracker() noexcept;
+    void UpdateOutputCurve() noexcept;
+    void LimitGains() noexcept;
+    void OpenGate(const double *mag, const double *db) noexcept;
+    double FollowTracker(const double *mag, const double *db) noexcept;
+    void FollowReference(const double *refDb, double boostFactor) noexcept;
+    void MeasureDeviation(const double *db) noexcept;
+    void SumExcess(std::size_t window) noexcept;
+    void SmoothGains() noexcept;
+    void ShapeOutput(double *gainOut) const noexcept;
+    void RebuildFloor() noexcept;
+    void DecayBoost() noexcept;
+
+    int HalfSize;
+    int FFTSize;
+    int HopSize;
+    int SampleRate;
+    const FftEngine::PerBinKernels *Kernels;
+    NoiseRemoverSettings Given;
+
+    // Derived from the settings.
+    float Overlap = 0.0f;                  // FFTSize / HopSize
+    double FloorGain = 1.0;                // linear gain of noise
+    double KneeRatio = 0.0;                // lower end of the knee as a fraction of the floor
+    double FallCoef = 0.0, RiseCoef = 0.0; // weight of the old reference
+    double TrackerThreshold = 0.0;         // dB
+    int BandCount = 0;                     // deviation windows in the spectrum; 0: no deviation
+    FftEngine::OutputCurve Curve{};        // from smoothed gains to those handed out
+
+    bool Initialized = false; // Reset has run
+    bool FirstFrame = true;   // no frame has been processed with Tracking set since the reset
+    bool FloorValid = false;  // Floor was rebuilt at the end of the previous frame
+
+    FftEngine::Row<double> Excess;     // scratch: squared excess per bin
+    FftEngine::Row<double> ExcessSums; // scratch: its running sums
+};
+
+} // namespace quietfloor
+
+#endif

@@ -1,0 +1,136 @@
+#include "noise/NoiseTracker.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace quietfloor {
+namespace {
+
+constexpr double minRise = 0.98; // weight of the old minimum while the level is above it
+constexpr double minFall = 0.8;  // and while it is below
+constexpr double signalCountFactor = 0.2;
+constexpr double settledState = 1.0 / (0.06628679254662644 + 0.03621344803260061); // low-pass at rest at 1
+constexpr int firstShare = 8; // the entry before bin 0 belongs to the row, and bin 0 starts a cache line
+
+constexpr double silentLevelDb = -150.0;
+constexpr double audibleFloor = 3.1622776601683795e-05; // 10^-4.5
+constexpr double absentFloor = 1e-6;
+
+} // namespace
+
+CNoiseTracker::CNoiseTracker(int bins, const FftEngine::PerBinKernels &kernels)
+    : Bins(bins), Kernels(&kernels), Records(bins, kernels) {
+    const std::size_t count = FftEngine::WholeVectors(bins);
+    for (FftEngine::Row<double> *row : {&NoiseFloor, &BinScore, &BinActivity, &LevelState, &MinLevelDb,
+                                        &Evidence, &SignalCount, &LastUpdatePos, &SmoothedDb})
+        row->assign(count, 0.0);
+    PrevDb.assign(count, -145.0);
+    FloorDb.assign(count, -std::numeric_limits<double>::infinity());
+    SignalShare.assign(count + 2 * firstShare, 0.0);
+    NoiseShare.assign(count + 2 * firstShare, 0.0);
+}
+
+void CNoiseTracker::SetSettings(const NoiseTrackerSettings &settings) noexcept { Settings = settings; }
+
+void CNoiseTracker::ApplyDecisionLevel() noexcept {
+    BinLevel = Settings.Sensitivity / 150.0;
+    ShareEvidence();
+}
+
+// Holds from one analysis to the next, so it is not done again in every frame.
+void CNoiseTracker::ShareEvidence() noexcept {
+    Kernels->ShareEvidence(Records.Score.data(), BinLevel, SignalShare.data() + firstShare,
+                           NoiseShare.data() + firstShare, Bins);
+}
+
+void CNoiseTracker::StartLevels(const double *db) noexcept {
+    ApplyDecisionLevel();
+    std::fill(NoiseFloor.begin(), NoiseFloor.end(), 0.0);
+    std::fill(FloorDb.begin(), FloorDb.end(), -std::numeric_limits<double>::infinity());
+    std::fill(Evidence.begin(), Evidence.end(), 0.0);
+    std::fill(SignalCount.begin(), SignalCount.end(), 0.0);
+    SilentFrames = 0;
+    for (std::size_t k = 0; k < static_cast<std::size_t>(Bins); ++k) {
+        const double level = std::clamp(db[k], FftEngine::lowestLevelDb, FftEngine::highestLevelDb);
+        LevelState[k] = level * settledState;
+        MinLevelDb[k] = level - 4.0;
+    }
+}
+
+void CNoiseTracker::Update(double position, const double *mag, const double *db) noexcept {
+    Position = position;
+    if (FirstUpdate)
+        StartLevels(db);
+    if (Records.Analyze(mag))
+        ShareEvidence();
+
+    const FftEngine::LevelRows rows{db,
+                                    Records.Activity.data(),
+                                    PrevDb.data(),
+                                    LevelState.data(),
+                                    MinLevelDb.data(),
+                                    BinActivity.data(),
+                                    SmoothedDb.data()};
+    const double flux = Kernels->FollowLevel(rows, {minRise, minFall}, Bins);
+    DeviationScore = std::sqrt(flux / (Bins - 1)) - 3.5;
+    const FftEngine::FloorChange change = MoveFloors();
+    FloorMoved = FirstUpdate || change.hasMoved;
+    FirstUpdate = false;
+    if (change.wasUpdated)
+        MeasureMeanLevel();
+}
+
+FftEngine::FloorChange CNoiseTracker::MoveFloors() noexcept {
+    const FftEngine::EvidenceRows rows{Records.Score.data(),
+                                       SmoothedDb.data(),
+                                       MinLevelDb.data(),
+                                       SignalShare.data() + firstShare,
+                                       NoiseShare.data() + firstShare,
+                                       Evidence.data(),
+                                       SignalCount.data(),
+                                       LastUpdatePos.data(),
+                                       NoiseFloor.data(),
+                                       FloorDb.data(),
+                                       BinScore.data()};
+    const double target = Settings.EvidenceTarget;
+    const FftEngine::EvidenceStep step{BinLevel,
+                                       target,
+                                       std::trunc(target * signalCountFactor + 0.5),
+                                       Settings.TrackerThreshold,
+                                       Settings.TrackerRate,
+                                       Position,
+                                       static_cast<double>(Settings.SampleRate),
+                                       FirstUpdate};
+    return Kernels->MoveFloors(rows, step, Bins);
+}
+
+// The mean level of the bins with an audible floor. Without any it becomes a number near 0 dB, which
+// keeps the noise remover going, and after more than three updates without a floor in nearly all bins
+// -150, which stops it; the first audible floor after that starts the tracker over.
+void CNoiseTracker::MeasureMeanLevel() noexcept {
+    double sum = 0.0;
+    int audible = 0, absent = 0;
+    for (std::size_t k = 1; k < static_cast<std::size_t>(Bins); ++k) {
+        const double floor = NoiseFloor[k];
+        if (floor > audibleFloor) {
+            ++audible;
+            sum += FloorDb[k];
+        } else if (floor < absentFloor) {
+            ++absent;
+        }
+    }
+    if (audible > 0) {
+        SilentFrames = 0;
+        FirstUpdate = MeanLevelDb == silentLevelDb;
+        MeanLevelDb = FirstUpdate ? audibleFloor : sum / audible;
+        return;
+    }
+    MeanLevelDb = audibleFloor;
+    if (absent >= Bins - 2)
+        ++SilentFrames;
+    if (SilentFrames > 3)
+        MeanLevelDb = silentLevelDb;
+}
+
+} // namespace quietfloor

@@ -1,0 +1,75 @@
+/// Follows the noise floor of every bin.
+#ifndef QUIETFLOOR_NOISE_NOISETRACKER_H
+#define QUIETFLOOR_NOISE_NOISETRACKER_H
+
+#include "fft/engine/AlignedRow.h"
+#include "fft/engine/PerBinKernels.h"
+#include "noise/ModulationAnalysis.h"
+
+namespace quietfloor {
+
+struct NoiseTrackerSettings {
+    int SampleRate = 44100;        // Hz
+    int EvidenceTarget = 250;      // evidence that a floor needs to move, about frames
+    double TrackerThreshold = 0.0; // dB from a bin's minimum level to its floor
+    double TrackerRate = 0.0;      // dB per second that any floor may rise
+    double Sensitivity = 0.0;      // 150 times the decision level of the scores
+};
+
+/// Smooths each bin's level, tracks its minimum, and moves the bin's floor only where its modulation
+/// says noise, and then only as fast as it is noise-like. Bins 1 to H - 1; bin 0 has no floor.
+class CNoiseTracker {
+public:
+    /// `bins` is H, half the FFT size, a multiple of 16. Allocates; throws std::bad_alloc.
+    CNoiseTracker(int bins, const FftEngine::PerBinKernels &kernels);
+
+    void SetSettings(const NoiseTrackerSettings &settings) noexcept;
+
+    /// Makes the sensitivity of the settings the decision level of every bin.
+    void ApplyDecisionLevel() noexcept;
+
+    /// Takes one frame: `position` in samples since the start, magnitudes (linear) and levels (dB) of
+    /// bins 0 to H - 1. Levels may be -infinity. Never allocates.
+    void Update(double position, const double *mag, const double *db) noexcept;
+
+    // What the last update left.
+    FftEngine::Row<double> NoiseFloor;  // linear magnitude; 0 while there is none
+    FftEngine::Row<double> BinScore;    // modulation score at the bin's last floor update
+    FftEngine::Row<double> BinActivity; // smoothed activity of the bin
+    double BinLevel = 0.0;              // decision level: scores below it mean noise
+    double DeviationScore = 0.0;        // rms rise of the spectrum since the last frame, dB, less 3.5
+    double MeanLevelDb = -80.0;         // mean level of the floor; see MeasureMeanLevel
+    bool FloorMoved = false;            // NoiseFloor is another one than before the last update
+
+private:
+    void StartLevels(const double *db) noexcept;
+    void ShareEvidence() noexcept;
+    FftEngine::FloorChange MoveFloors() noexcept;
+    void MeasureMeanLevel() noexcept;
+
+    int Bins;
+    const FftEngine::PerBinKernels *Kernels;
+    NoiseTrackerSettings Settings;
+    BinAnalysis Records;
+
+    // Carried from frame to frame.
+    bool FirstUpdate = true;              // the next update starts the levels anew
+    int SilentFrames = 0;                 // updates that found no floor
+    double Position = 0.0;                // of the current update, samples
+    FftEngine::Row<double> PrevDb;        // level at the previous update
+    FftEngine::Row<double> LevelState;    // filter state of the smoothed level
+    FftEngine::Row<double> MinLevelDb;    // minimum of the smoothed level
+    FftEngine::Row<double> Evidence;      // that the bin is noise
+    FftEngine::Row<double> SignalCount;   // frames that looked like signal, leaking
+    FftEngine::Row<double> LastUpdatePos; // of the last floor update or loss, 0: never
+    FftEngine::Row<double> FloorDb;       // 20 log10 of NoiseFloor
+    FftEngine::Row<double> SignalShare;   // what each bin's score gives itself and its neighbours;
+    FftEngine::Row<double> NoiseShare;    // the bins begin at entry `firstShare`
+
+    // Scratch of one update.
+    FftEngine::Row<double> SmoothedDb;
+};
+
+} // namespace quietfloor
+
+#endif
