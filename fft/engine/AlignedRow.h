@@ -32,9 +32,7 @@ template <class T>
 using Row = std::vector<T, AlignedAllocator<T>>;
 
 /// `count` rounded up to whole vectors of any level, so that a kernel's loop over a row has no rest.
-constexpr std::size_t WholeVectors(int count) {
-    return (static_cast<std::size_t>(count) + 15) / 16 * 16;
-}
+constexpr std::size_t WholeVectors(int count) { return (static_cast<std::size_t>(count) + 15) / 16 * 16; }
 
 } // namespace FftEngine
 

@@ -2,9 +2,11 @@
 #include "fft/engine/VectorSse2.h"
 
 #include "fft/engine/LevelTable.h"
+#include "fft/engine/PerBinTable.h"
 
 namespace FftEngine {
 
 constinit const EngineKernels kGenericKernels = EngineKernelsOver<VectorF, VectorF, VectorD>("generic");
+constinit const PerBinKernels kGenericPerBinKernels = PerBinKernelsOver<VectorF, VectorD>();
 
 } // namespace FftEngine
