@@ -98,8 +98,8 @@ void ScatterScaled(const Real *block, Real *column, std::int64_t side, std::int6
 template <class V, class Real>
 void TransformColumns(Split<Real> data, const BlockedPlan<Real> &plan, Real *work, Real scale) {
     const std::int64_t stride = plan.side * plan.parts;
-    const Split<Real> block = {work, work + plan.blockValues};
-    const Split<Real> result = {work + 2 * plan.blockValues, work + 3 * plan.blockValues};
+    const Split<Real> block = {work, work + plan.workPart};
+    const Split<Real> result = {work + 2 * plan.workPart, work + 3 * plan.workPart};
     for (std::int64_t column = 0; column < stride; column += blockColumns) {
         GatherTurned<V>({data.re, data.im}, block, plan, column);
         ColumnTransform<V, Real>({block.re, block.im}, block, result, plan.columns, blockColumns);

@@ -16,6 +16,8 @@ struct TransformKernels {
 
     Small small[kMaxSmallOrder + 1];
     Small smallScaled[kMaxSmallOrder + 1];
+    /// Up to 2^this many rows, passes of radix 4 beat fewer ones of radix 8.
+    std::int32_t radix4Order;
     /// How orders 6 to 16 are laid out.
     RowShape (*shape)(std::int32_t order);
     /// Forward transforms, multiplied by `scale`. `work` is aligned to kTableAlignment.

@@ -60,8 +60,8 @@ void ColumnPass(Split<const Real> src, Split<Real> dst, const Real *twiddles, st
     }
 }
 
-// Transforms every column of rows of `width` values from `src` to `result`. `spare` may be `src`: it is
-// first written after `src` has been read.
+// Transforms every column of rows of `width` values from `src` to `result`. `spare` may be `src`: it is first
+// written after `src` has been read.
 template <class V, class Real>
 void ColumnTransform(Split<const Real> src, Split<Real> spare, Split<Real> result,
                      const ColumnPlan<Real> &plan, std::int64_t width) {
@@ -95,40 +95,87 @@ QUIETFLOOR_INLINE void LoadTransposed(const Real *src, V (&columns)[width]) {
     }
 }
 
-// Turns and transforms the rows; value j of row k goes to k + count * j.
-template <class V, int width, bool scaled, class Real>
-void FinalPass(Split<const Real> src, Split<Real> dst, const Real *turns, std::int64_t count, Real scale) {
-    const V factor = V::Broadcast(scale);
-    for (std::int64_t k = 0; k < count; k += V::lanes) {
-        V re[width], im[width];
-        LoadTransposed(src.re + k * width, re);
-        LoadTransposed(src.im + k * width, im);
-        for (int v = 1; v < width; ++v, turns += 2 * V::lanes)
-            Multiply(re[v], im[v], V::Load(turns), V::Load(turns + V::lanes));
-        Transform(re, im);
-        for (int j = 0; j < width; ++j) {
-            (scaled ? re[j] * factor : re[j]).StoreU(dst.re + k + count * j);
-            (scaled ? im[j] * factor : im[j]).StoreU(dst.im + k + count * j);
-        }
+// Turns and transforms `lanes` rows; value j of row i goes to i + step * j.
+template <class V, int width, class Real>
+QUIETFLOOR_INLINE void FinalButterfly(Split<const Real> src, Split<Real> dst, const Real *turns,
+                                      std::int64_t step) {
+    V re[width], im[width];
+    LoadTransposed(src.re, re);
+    LoadTransposed(src.im, im);
+    for (int v = 1; v < width; ++v, turns += 2 * V::lanes)
+        Multiply(re[v], im[v], V::Load(turns), V::Load(turns + V::lanes));
+    Transform(re, im);
+    for (int j = 0; j < width; ++j) {
+        re[j].StoreU(dst.re + step * j);
+        im[j].StoreU(dst.im + step * j);
     }
+}
+
+template <class V, int width, class Real>
+void FinalPass(Split<const Real> src, Split<Real> dst, const Real *turns, std::int64_t count) {
+    for (std::int64_t k = 0; k < count; k += V::lanes, turns += 2 * (width - 1) * V::lanes)
+        FinalButterfly<V, width, Real>({src.re + k * width, src.im + k * width}, {dst.re + k, dst.im + k},
+                                       turns, count);
+}
+
+// Streams a multiple of this many bytes apart fall into one set of the first-level cache, and `width` of them
+// twice over are more than a set holds.
+constexpr std::int64_t aliasBytes = 4096;
+
+template <class Real>
+constexpr int lineValues = 64 / static_cast<int>(sizeof(Real));
+
+template <class V, int width, class Real>
+QUIETFLOOR_INLINE void CopyLines(const Real *lines, Real *dst, std::int64_t step) {
+    for (int j = 0; j < width; ++j)
+        for (int i = 0; i < lineValues<Real>; i += V::lanes)
+            V::LoadU(lines + j * lineValues<Real> + i).StoreU(dst + step * j + i);
+}
+
+// The same for streams in one cache set: results wait until each stream is given a whole line at once,
+// since the line is lost before a second vector could reach it.
+template <class V, int width, class Real>
+void FinalPassByLines(Split<const Real> src, Split<Real> dst, const Real *turns, std::int64_t count) {
+    constexpr int line = lineValues<Real>;
+    Real linesRe[width * line], linesIm[width * line];
+    for (std::int64_t k = 0; k < count; k += line) {
+        for (std::int64_t i = 0; i < line; i += V::lanes, turns += 2 * (width - 1) * V::lanes)
+            FinalButterfly<V, width, Real>({src.re + (k + i) * width, src.im + (k + i) * width},
+                                           {linesRe + i, linesIm + i}, turns, line);
+        CopyLines<V, width>(linesRe, dst.re + k, count);
+        CopyLines<V, width>(linesIm, dst.im + k, count);
+    }
+}
+
+template <class V, class Real>
+void Scale(Real *values, std::int64_t count, Real scale) {
+    const V factor = V::Broadcast(scale);
+    for (std::int64_t i = 0; i < count; i += V::lanes)
+        (V::LoadU(values + i) * factor).StoreU(values + i);
 }
 
 template <class V>
 constexpr int rowWidth = V::lanes > 8 ? V::lanes : 8;
 
-// A whole transform. The source is read by the first pass only and the destination finished by the last
-// one, so the two may be the same.
+// A whole transform. The source is read by the first pass only and the destination written by the last one
+// only, so the two may be the same.
 template <class V, class Real>
 void RowTransformOver(Split<const Real> src, Split<Real> dst, const RowPlan<Real> &plan, Real *work,
                       Real scale) {
     constexpr int width = rowWidth<V>;
-    const Split<Real> columns = {work, work + plan.workImag};
-    ColumnTransform<V>(src, dst, columns, plan.columns, width);
-    const Split<const Real> rows = {columns.re, columns.im};
-    if (scale == Real{1})
-        FinalPass<V, width, false>(rows, dst, plan.turns, plan.columns.length, scale);
+    const std::int64_t part = plan.workPart, count = plan.columns.length;
+    const Split<Real> spare = {work + 2 * part, work + 3 * part};
+    ColumnTransform<V, Real>(src, spare, {work, work + part}, plan.columns, width);
+    const Split<const Real> rows = {work, work + part};
+    const bool isAliased = count * static_cast<std::int64_t>(sizeof(Real)) % aliasBytes == 0;
+    if (V::lanes < lineValues<Real> && isAliased)
+        FinalPassByLines<V, width>(rows, dst, plan.turns, count);
     else
-        FinalPass<V, width, true>(rows, dst, plan.turns, plan.columns.length, scale);
+        FinalPass<V, width>(rows, dst, plan.turns, count);
+    if (scale != Real{1}) {
+        Scale<V>(dst.re, count * width, scale);
+        Scale<V>(dst.im, count * width, scale);
+    }
 }
 
 // The final pass takes as many rows as there are lanes: a short transform takes the narrow vector.

@@ -46,7 +46,7 @@ struct RowPlan {
     ColumnPlan<Real> columns;
     // For each `lanes` rows, for 0 < v < width: the lanes of w_N^(v k), real parts, imaginary parts.
     const Real *turns;
-    std::int64_t workImag; // where the imaginary part begins in the work buffer, in values
+    std::int64_t workPart; // distance of the four parts of the work buffer, in values
 };
 
 /// Orders above 16: N = side^2 parts, index n = a + side c + side parts b, with a, b < side, c < parts.
@@ -61,7 +61,7 @@ struct BlockedPlan {
     std::int32_t fineBits;     // w_N^e = coarse[e >> fineBits] fine[e & (2^fineBits - 1)]
     const double *coarseTurns; // pairs
     const double *fineTurns;
-    std::int64_t blockValues; // distance of the four parts of the work buffer, in values
+    std::int64_t workPart; // as in RowPlan
 };
 
 struct EngineKernels;

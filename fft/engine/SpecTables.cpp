@@ -5,9 +5,6 @@
 namespace FftEngine {
 namespace {
 
-// Real and imaginary parts of a power-of-two length would fall into the same cache sets; this many bytes
-// between them keep the streams of a pass apart.
-constexpr std::int64_t workSkewBytes = 1088;
 // EngineMalloc aligns to 32 and so does a transform its work buffer; this much more reaches 64.
 constexpr std::int64_t alignmentSlack = kTableAlignment - 32;
 
@@ -17,6 +14,14 @@ const TransformKernels<Real> &KernelsOf(const SpecRecord<Real> &spec) {
         return spec.kernels->transform32f;
     else
         return spec.kernels->transform64f;
+}
+
+// The distance of two parts of the work buffer that hold `values` values each. Parts a power of two apart
+// would fall into the same cache sets.
+template <class Real>
+std::int64_t SkewedPart(std::int64_t values) {
+    constexpr std::int64_t skewBytes = 1088; // a quarter of the sets, and one line
+    return values + skewBytes / static_cast<std::int64_t>(sizeof(Real));
 }
 
 // Hands out addresses one after the other, each on a line of its own.
@@ -38,16 +43,18 @@ private:
     std::int64_t used = 0;
 };
 
-// Radix 8 throughout, with one or two passes of radix 4 for what is left; 2^order rows, order >= 2.
+// Passes for 2^order rows, order >= 2: as many of radix 4 as the level likes, which come first and touch
+// fewer streams, and radix 8 for the rest.
 template <class Real>
-ColumnPlan<Real> PlanColumns(std::int32_t order, TableCursor &cursor) {
+ColumnPlan<Real> PlanColumns(const TransformKernels<Real> &kernels, std::int32_t order, TableCursor &cursor) {
     ColumnPlan<Real> plan = {};
     plan.length = 1 << order;
-    const std::int32_t fours = (3 - order % 3) % 3; // 3 a + 2 fours = order
+    plan.passes = order <= kernels.radix4Order || order < 4 ? order / 2 : order / 3 + 1;
     std::int64_t entries = 0;
-    for (std::int32_t left = order; left > 0; ++plan.passes) {
-        const std::int32_t bits = plan.passes < fours ? 2 : 3;
-        plan.radixes[plan.passes] = 1 << bits;
+    std::int32_t left = order;
+    for (std::int32_t pass = 0; pass < plan.passes; ++pass) {
+        const std::int32_t bits = left == 3 * (plan.passes - pass) ? 3 : 2;
+        plan.radixes[pass] = 1 << bits;
         left -= bits;
         entries += 2 * ((std::int64_t{1} << bits) - 1) << left;
     }
@@ -64,9 +71,9 @@ RowPlan<Real> PlanRows(const TransformKernels<Real> &kernels, std::int32_t order
     RowPlan<Real> plan = {};
     plan.width = shape.width;
     plan.lanes = shape.lanes;
-    plan.columns = PlanColumns<Real>(order - widthOrder, cursor);
+    plan.columns = PlanColumns(kernels, order - widthOrder, cursor);
     plan.turns = cursor.Take<Real>(std::int64_t{2} * (shape.width - 1) * plan.columns.length);
-    plan.workImag = (std::int64_t{1} << order) + workSkewBytes / static_cast<std::int64_t>(sizeof(Real));
+    plan.workPart = SkewedPart<Real>(std::int64_t{1} << order);
     return plan;
 }
 
@@ -78,15 +85,14 @@ BlockedPlan<Real> PlanBlocked(const TransformKernels<Real> &kernels, std::int32_
     plan.side = 1 << sideOrder;
     plan.parts = 1 << order % 2;
     plan.rows = PlanRows(kernels, sideOrder, cursor);
-    plan.columns = PlanColumns<Real>(sideOrder, cursor);
+    plan.columns = PlanColumns(kernels, sideOrder, cursor);
     if (plan.parts == 2)
         plan.halves = {cursor.Take<Real>(plan.side), cursor.Take<Real>(plan.side)};
     plan.nearTurns = cursor.Take<Real>(std::int64_t{2} * kBlockColumns * plan.side);
     plan.fineBits = sideOrder;
     plan.coarseTurns = cursor.Take<double>(std::int64_t{2} << (order - sideOrder));
     plan.fineTurns = cursor.Take<double>(std::int64_t{2} << sideOrder);
-    plan.blockValues =
-        std::int64_t{kBlockColumns} * plan.side + workSkewBytes / static_cast<std::int64_t>(sizeof(Real));
+    plan.workPart = SkewedPart<Real>(std::int64_t{kBlockColumns} * plan.side);
     return plan;
 }
 
@@ -165,10 +171,10 @@ std::int64_t LayOutTables(SpecRecord<Real> &spec, std::uint8_t *tables) {
     std::int64_t workValues = 0;
     if (spec.order > kMaxRowOrder) {
         spec.blocked = PlanBlocked(KernelsOf(spec), spec.order, cursor);
-        workValues = 4 * spec.blocked.blockValues;
+        workValues = 4 * spec.blocked.workPart;
     } else if (spec.order > kMaxSmallOrder) {
         spec.rows = PlanRows(KernelsOf(spec), spec.order, cursor);
-        workValues = spec.rows.workImag + (std::int64_t{1} << spec.order);
+        workValues = 4 * spec.rows.workPart;
     }
     const std::int64_t workBytes = workValues * static_cast<std::int64_t>(sizeof(Real));
     spec.workBytes = static_cast<std::int32_t>(workBytes == 0 ? 0 : workBytes + alignmentSlack);
