@@ -1,0 +1,28 @@
+# How every file of this project is compiled. Contraction is off and fast-math is never on: a fused
+# multiply-add stands where it is written, and the checks for NaN stay.
+
+option(QUIETFLOOR_WERROR "Treat warnings as errors" OFF)
+option(QUIETFLOOR_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
+
+get_property(is_multi_config GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
+if(NOT CMAKE_BUILD_TYPE AND NOT is_multi_config)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "Release, Debug or RelWithDebInfo" FORCE)
+endif()
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_COMPILE_WARNING_AS_ERROR ${QUIETFLOOR_WERROR})
+
+if(MSVC)
+    add_compile_options(/W4 /fp:precise)
+else()
+    add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -ffp-contract=off)
+endif()
+
+if(QUIETFLOOR_SANITIZE)
+    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
+endif()
