@@ -16,7 +16,7 @@ struct TransformKernels {
 
     Small small[kMaxSmallOrder + 1];
     Small smallScaled[kMaxSmallOrder + 1];
-    /// Up to 2^this many rows, passes of radix 4 beat fewer ones of radix 8.
+    /// Columns of up to 2^this rows take passes of radix 4.
     std::int32_t radix4Order;
     /// How orders 6 to 16 are laid out.
     RowShape (*shape)(std::int32_t order);

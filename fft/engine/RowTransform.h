@@ -157,14 +157,20 @@ void Scale(Real *values, std::int64_t count, Real scale) {
 template <class V>
 constexpr int rowWidth = V::lanes > 8 ? V::lanes : 8;
 
-// A whole transform. The source is read by the first pass only and the destination written by the last one
-// only, so the two may be the same.
+// Up to this many bytes per part the destination serves as the spare array, so that a transform in place
+// stays within 32 KiB of first-level cache. Longer ones gain more from a spare that is aligned and apart.
+constexpr std::int64_t spareInDestination = 8192;
+
+// A whole transform. The source is read by the first pass only and nothing but the work buffer is written
+// until then, so source and destination may be the same.
 template <class V, class Real>
 void RowTransformOver(Split<const Real> src, Split<Real> dst, const RowPlan<Real> &plan, Real *work,
                       Real scale) {
     constexpr int width = rowWidth<V>;
     const std::int64_t part = plan.workPart, count = plan.columns.length;
-    const Split<Real> spare = {work + 2 * part, work + 3 * part};
+    const std::int64_t bytes = count * width * static_cast<std::int64_t>(sizeof(Real));
+    const Split<Real> spare =
+        bytes <= spareInDestination ? dst : Split<Real>{work + 2 * part, work + 3 * part};
     ColumnTransform<V, Real>(src, spare, {work, work + part}, plan.columns, width);
     const Split<const Real> rows = {work, work + part};
     const bool isAliased = count * static_cast<std::int64_t>(sizeof(Real)) % aliasBytes == 0;

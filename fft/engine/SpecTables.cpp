@@ -43,13 +43,21 @@ private:
     std::int64_t used = 0;
 };
 
-// Passes for 2^order rows, order >= 2: as many of radix 4 as the level likes, which come first and touch
-// fewer streams, and radix 8 for the rest.
+// Passes for 2^order rows, order >= 2. Radix 4 wins where the butterfly of eight does not fit the registers,
+// radix 8 while that is all that counts; long transforms begin with radix 4, which opens fewer distant
+// streams.
+std::int32_t ColumnPasses(std::int32_t order, std::int32_t radix4Order) {
+    if (order <= radix4Order)
+        return order / 2;
+    return order <= 6 ? (order + 2) / 3 : order / 3 + 1;
+}
+
+// As many passes of radix 4 as that leaves room for, then radix 8.
 template <class Real>
 ColumnPlan<Real> PlanColumns(const TransformKernels<Real> &kernels, std::int32_t order, TableCursor &cursor) {
     ColumnPlan<Real> plan = {};
     plan.length = 1 << order;
-    plan.passes = order <= kernels.radix4Order || order < 4 ? order / 2 : order / 3 + 1;
+    plan.passes = ColumnPasses(order, kernels.radix4Order);
     std::int64_t entries = 0;
     std::int32_t left = order;
     for (std::int32_t pass = 0; pass < plan.passes; ++pass) {
