@@ -4,7 +4,7 @@ include(CMakePackageConfigHelpers)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/quietfloor)
 
 install(TARGETS quietfloor EXPORT quietfloorTargets LIBRARY ARCHIVE RUNTIME)
-foreach(header dsp/SingleChannelAdaptiveNoise.h fft/FFT.h lib/Export.h)
+foreach(header dsp/SingleChannelAdaptiveNoise.h dsp/WhiteNoise.h fft/FFT.h lib/Export.h)
     cmake_path(GET header PARENT_PATH folder)
     install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quietfloor/${folder})
 endforeach()

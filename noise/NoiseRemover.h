@@ -79,7 +79,6 @@ private:
     double FloorGain = 1.0;                // linear gain of noise
     double KneeRatio = 0.0;                // lower end of the knee as a fraction of the floor
     double FallCoef = 0.0, RiseCoef = 0.0; // weight of the old reference
-    double TrackerThreshold = 0.0;         // dB
     int BandCount = 0;                     // deviation windows in the spectrum; 0: no deviation
     FftEngine::OutputCurve Curve{};        // from smoothed gains to those handed out
 
