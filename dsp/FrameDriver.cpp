@@ -1,5 +1,6 @@
 // Any block size in, whole frames through, any block size out.
 #include <algorithm>
+#include <limits>
 
 #include "dsp/SingleChannelAdaptiveNoise.h"
 #include "dsp/SingleChannelAdaptiveNoiseParams.h"
@@ -10,21 +11,23 @@ namespace {
 
 constexpr float highestSample = 1e15f;
 
-// NaN fails both comparisons of the range and becomes 0, as infinity does.
+// NaN fails both comparisons and becomes 0, as infinity does.
 float Sanitized(float sample) noexcept {
-    constexpr float highestFinite = 3.402823466e38f;
-    if (!(sample >= -highestFinite && sample <= highestFinite))
-        return 0.0f;
-    return std::clamp(sample, -highestSample, highestSample);
+    constexpr float highestFinite = std::numeric_limits<float>::max();
+    const bool isFinite = sample >= -highestFinite && sample <= highestFinite;
+    return std::clamp(isFinite ? sample : 0.0f, -highestSample, highestSample);
 }
 
 void TakeInput(SingleChannelAdaptiveNoiseParams &record, const float *in, int count) noexcept {
     float *target = record.inputBuffer.data() + record.writePos;
-    for (int i = 0; i < count; ++i) {
-        const int index = (record.ditherIndex + i) % ditherLength;
-        target[i] = Sanitized(in[i]) + record.DitherTable[static_cast<std::size_t>(index)];
+    for (int done = 0; done < count;) { // in runs up to the end of the dither table
+        const int run = std::min(count - done, ditherLength - record.ditherIndex);
+        const float *dither = record.DitherTable.data() + record.ditherIndex;
+        for (int i = 0; i < run; ++i)
+            target[done + i] = Sanitized(in[done + i]) + dither[i];
+        done += run;
+        record.ditherIndex = (record.ditherIndex + run) % ditherLength;
     }
-    record.ditherIndex = (record.ditherIndex + count) % ditherLength;
 }
 
 // Before the write position has reached the read offset there is nothing to give but silence.

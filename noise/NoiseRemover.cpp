@@ -20,18 +20,6 @@ constexpr double clearedSum = 1e-5; // a running sum below this is accumulated r
 
 double FromDb(double levelDb) { return std::pow(10.0, levelDb / 20.0); }
 
-// Raises each of the values first .. last to at least `spreading` times the one before it.
-void SpreadUp(double *values, int first, int last) noexcept {
-    for (int k = first; k <= last; ++k)
-        values[k] = std::max(values[k], spreading * values[k - 1]);
-}
-
-// The same from last down to first, each against the one after it.
-void SpreadDown(double *values, int last, int first) noexcept {
-    for (int k = last; k >= first; --k)
-        values[k] = std::max(values[k], spreading * values[k + 1]);
-}
-
 } // namespace
 
 CNoiseRemover::CNoiseRemover(int halfSize, int sampleRate, int hop)
@@ -150,8 +138,8 @@ double CNoiseRemover::FollowTracker(const double *mag, const double *db) noexcep
 void CNoiseRemover::FollowReference(const double *refDb, double boostFactor) noexcept {
     Kernels->FollowReference({refDb, Reference.data()}, {boostFactor, FallCoef, RiseCoef, FirstFrame},
                              HalfSize);
-    SpreadUp(Reference.data(), 2, HalfSize - 1);
-    SpreadDown(Reference.data(), HalfSize - 2, 1);
+    Kernels->SpreadUp(Reference.data() + 2, spreading, HalfSize - 2);
+    Kernels->SpreadDown(Reference.data() + HalfSize - 2, spreading, HalfSize - 2);
 }
 
 // The rms excess over the floor in a window of twice the band width around each bin. The first and
@@ -202,8 +190,8 @@ void CNoiseRemover::SmoothGains() noexcept {
     // The ends take part in the spreading: the last gain is never below a fifth.
     Gain.front() = 0.0;
     Gain[static_cast<std::size_t>(HalfSize)] = 1.0;
-    SpreadUp(Gain.data(), 1, HalfSize - 1);
-    SpreadDown(Gain.data(), HalfSize - 1, 1);
+    Kernels->SpreadUp(Gain.data() + 1, spreading, HalfSize - 1);
+    Kernels->SpreadDown(Gain.data() + HalfSize - 1, spreading, HalfSize - 1);
 }
 
 void CNoiseRemover::ShapeOutput(double *gainOut) const noexcept {
@@ -223,8 +211,8 @@ void CNoiseRemover::RebuildFloor() noexcept {
         return;
     for (std::size_t k = 1; k < static_cast<std::size_t>(HalfSize); ++k)
         Floor[k] = noFloor + Tracker->NoiseFloor[k];
-    SpreadUp(Floor.data(), 2, HalfSize - 1);
-    SpreadDown(Floor.data(), HalfSize - 2, 1);
+    Kernels->SpreadUp(Floor.data() + 2, spreading, HalfSize - 2);
+    Kernels->SpreadDown(Floor.data() + HalfSize - 2, spreading, HalfSize - 2);
     FloorValid = true;
 }
 

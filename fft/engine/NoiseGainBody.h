@@ -7,6 +7,37 @@
 
 namespace {
 
+// Each of `count` values, a multiple of 8, becomes the largest of itself and `factor`^j times the value
+// `direction` j before it. Two passes instead of one chain of dependent steps: first eight values reach
+// each other, then each eighth one.
+template <class V, int direction>
+void SpreadBlocks(double *values, double factor, int count) {
+    double power[9] = {1.0};
+    for (int j = 1; j <= 8; ++j)
+        power[j] = power[j - 1] * factor;
+    const auto at = [&](int k) { return values + (direction > 0 ? k : 1 - V::lanes - k); };
+    for (int k = count - V::lanes; k >= 0; k -= V::lanes) { // sources last, so that they are still old
+        V largest = V::LoadU(at(k));
+        for (int j = 1; j < 8; ++j)
+            largest = Max(largest, V::Broadcast(power[j]) * V::LoadU(at(k) - direction * j));
+        largest.StoreU(at(k));
+    }
+    for (int k = 0; k < count; k += V::lanes)
+        Max(V::LoadU(at(k)), V::Broadcast(power[8]) * V::LoadU(at(k) - direction * 8)).StoreU(at(k));
+}
+
+template <class V, int direction>
+void Spread(double *first, double factor, int count) {
+    // The first ones, with eight or more behind them for the rest to look back to, one by one.
+    const int single = count < 16 ? count : 8 + count % 8;
+    for (int k = 0; k < single; ++k) {
+        double *value = first + direction * k;
+        const double share = factor * value[-direction];
+        *value = share > *value ? share : *value;
+    }
+    SpreadBlocks<V, direction>(first + direction * single, factor, count - single);
+}
+
 template <class V>
 void FollowReference(const FftEngine::ReferenceRows &rows, const FftEngine::ReferenceStep &step, int count) {
     const V boost = V::Broadcast(step.boost), one = V::Broadcast(1.0);
@@ -33,8 +64,9 @@ void SquaredExcess(const double *levelDb, const double *floor, double offsetDb, 
 
 template <class V>
 void DeviationFromSums(const double *sums, double windowBins, double *deviation, int count) {
+    const V perBin = V::Broadcast(1.0 / windowBins), third = V::Broadcast(1.0 / 3.0);
     for (int k = 0; k < count; k += V::lanes)
-        (Sqrt(V::LoadU(sums + k) / V::Broadcast(windowBins)) / V::Broadcast(3.0)).StoreU(deviation + k);
+        (Sqrt(V::LoadU(sums + k) * perBin) * third).StoreU(deviation + k);
 }
 
 // The gain of a bin at the floor: the more noise-like and the steadier, the lower.
@@ -45,10 +77,13 @@ V GainAtFloor(V score, V activity, const FftEngine::GainStep &step) {
     const V binLevel = V::Broadcast(step.binLevel);
     const V nearLevel = Max(zero, score / binLevel - V::Broadcast(0.85)) * V::Broadcast(6.666666666666666);
     const V byScore = (one - nearLevel) * V::Broadcast(step.reductionDb * 1.1);
-    const V steadiness = one - Pow(activity / V::Broadcast(steadyActivity), 1.6);
-    const V byActivity = steadiness * V::Broadcast(60.0) * V::Broadcast(step.reductionDb / 30.0);
-    const V cutDb = Select(binLevel > score, byScore, zero) +
-                    Select(activity < V::Broadcast(steadyActivity), byActivity, zero);
+    const auto isSteady = activity < V::Broadcast(steadyActivity);
+    V cutDb = Select(binLevel > score, byScore, zero);
+    if (Any(isSteady)) {
+        const V steadiness = one - Pow(activity * V::Broadcast(1.0 / steadyActivity), 1.6);
+        const V byActivity = steadiness * V::Broadcast(60.0 * (step.reductionDb / 30.0));
+        cutDb = Select(isSteady, cutDb + byActivity, cutDb);
+    }
     return Select(cutDb == zero, V::Broadcast(step.floorGain), Exp10(cutDb * V::Broadcast(-0.05)));
 }
 

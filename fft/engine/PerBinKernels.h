@@ -121,6 +121,10 @@ struct PerBinKernels {
     /// 20 log10(magnitude) + offsetDb
     void (*LevelsDb)(const double *magnitude, double offsetDb, double *levelDb, int count);
     void (*FollowReference)(const ReferenceRows &rows, const ReferenceStep &step, int count);
+    /// Raises each of `count` values to at least `factor` times the one before it (after it), starting
+    /// at `first` and going up (down). The value before the first is read.
+    void (*SpreadUp)(double *first, double factor, int count);
+    void (*SpreadDown)(double *first, double factor, int count);
     /// Square of the level's excess over floor + offset, the excess limited to 0 .. 3 dB.
     void (*SquaredExcess)(const double *levelDb, const double *floor, double offsetDb, double *squares,
                           int count);

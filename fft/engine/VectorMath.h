@@ -49,6 +49,14 @@ V AtanhTail(V z) {
     return MulAdd(z4, MulAdd(z2, p67, p45), MulAdd(z2, p23, p01));
 }
 
+// log(1 + f) = f - s (f - 2 z tail): f is exact, so only the small second term rounds.
+template <class V>
+V LogOfFraction(V f) {
+    const V s = f / (f + V::Broadcast(2.0));
+    const V z = s * s;
+    return NegMulAdd(s, NegMulAdd(z + z, AtanhTail(z), f), f);
+}
+
 // The answers that the formulas of a logarithm do not give by themselves.
 template <class V>
 V LogarithmAtLimits(V x, V result) {
@@ -62,13 +70,8 @@ template <class V>
 V Log10(V x) {
     V exponent, f;
     Decompose(x, exponent, f);
-    const V s = f / (f + V::Broadcast(2.0));
-    const V z = s * s;
-    const V twice = z + z;
-    // log(1 + f) = f - s (f - 2 z tail): f is exact, so only the small second term rounds.
-    const V logarithm = NegMulAdd(s, NegMulAdd(twice, AtanhTail(z), f), f);
-    const V low =
-        MulAdd(exponent, V::Broadcast(3.694239077158931e-13), logarithm * V::Broadcast(0.4342944819032518));
+    const V low = MulAdd(exponent, V::Broadcast(3.694239077158931e-13),
+                         LogOfFraction(f) * V::Broadcast(0.4342944819032518));
     // The upper part of log10(2) has few enough bits that its product with the exponent is exact.
     return LogarithmAtLimits(x, MulAdd(exponent, V::Broadcast(0x1.34413509f6000p-2), low));
 }
@@ -101,43 +104,21 @@ V Exp10(V x) {
     return ScaledExp2(n, r * V::Broadcast(3.321928094887362));
 }
 
-// log2(x) as high + low, good to about 2^-64, for finite x > 0. The products of upper halves are
-// exact (Dekker, "A floating-point technique for extending the available precision", 1971).
-template <class V>
-void ExtendedLog2(V x, V &high, V &low) {
-    const V upperHalf = V::FromBits(upperHalfBits);
-    V exponent, f;
-    Decompose(x, exponent, f);
-    const V d = f + V::Broadcast(2.0);
-    const V s = f / d;
-    const V z = s * s;
-    const V sHigh = BitAnd(s, upperHalf);
-    const V dHigh = BitAnd(d, upperHalf);
-    const V dLow = f - (dHigh - V::Broadcast(2.0));
-    const V sLow = ((f - sHigh * dHigh) - sHigh * dLow) / d;
-    const V tail = MulAdd(s * z, AtanhTail(z), sLow);
-    const V twiceHigh = sHigh + sHigh;
-    const V log2High = twiceHigh * V::Broadcast(1.4426950216293335);
-    const V log2Low = MulAdd(tail + tail, V::Broadcast(1.4426950408889634),
-                             twiceHigh * V::Broadcast(1.9259629911266175e-08));
-    high = exponent + log2High;
-    low = ((exponent - high) + log2High) + log2Low;
-}
-
-// x^y for x >= 0 and a positive finite y of less than 2^20.
+// x^y for x >= 0 and 0 < y <= 2. The exponent's integer part is multiplied exactly, so only the
+// logarithm of the fraction rounds, whatever the size of x.
 template <class V>
 V Pow(V x, double y) {
-    const V upperHalf = V::FromBits(upperHalfBits);
-    V high, low;
-    ExtendedLog2(x, high, low);
-    const V exponent = V::Broadcast(y);
-    const V exponentHigh = BitAnd(exponent, upperHalf);
-    const V highPart = BitAnd(high, upperHalf);
-    const V exact = exponentHigh * highPart;
-    const V rest = MulAdd(exponent - exponentHigh, highPart, exponent * ((high - highPart) + low));
-    const V n = RoundToInteger(Max(V::Broadcast(-1080.0), Min(V::Broadcast(1030.0), exact + rest)));
-    const V u = (exact - n) + rest;
-    V result = ScaledExp2(n, Max(V::Broadcast(-0.5), Min(V::Broadcast(0.5), u)));
+    V exponent, f;
+    Decompose(x, exponent, f);
+    const V power = V::Broadcast(y);
+    const V powerHigh = BitAnd(power, V::FromBits(upperHalfBits));
+    const V whole = powerHigh * exponent;
+    const V rest =
+        MulAdd(power - powerHigh, exponent, power * (LogOfFraction(f) * V::Broadcast(1.4426950408889634)));
+    // Beyond these the result is infinity or 0 anyway.
+    const V n = RoundToInteger(Max(V::Broadcast(-1100.0), Min(V::Broadcast(1030.0), whole + rest)));
+    const V u = Max(V::Broadcast(-0.5005), Min(V::Broadcast(0.5005), (whole - n) + rest));
+    V result = ScaledExp2(n, u);
     result = Select(x == V::Broadcast(0.0), x, result);
     result = Select(x == V::FromBits(infinityBits), x, result);
     return Select(x >= V::Broadcast(0.0), result, V::FromBits(nanBits));
