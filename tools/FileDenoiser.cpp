@@ -27,6 +27,13 @@ public:
 
     sf_count_t Latency() const { return reducers.front().GetLatency(); }
 
+    // Silence to send ahead: the filter's first block begins half a hop into the stream.
+    sf_count_t LeadIn() const {
+        const bool isFilter =
+            reducers.front().GetParameter(dsp::SingleChannelAdaptiveNoise::kFilterMode) != 0.0f;
+        return isFilter ? Latency() : 0;
+    }
+
     // In place; at most `blockFrames` frames.
     void Process(float *block, sf_count_t frames) {
         const auto count = static_cast<std::size_t>(frames);
@@ -44,21 +51,45 @@ private:
     std::vector<float> channel;
 };
 
-// Writes all frames but the first `drop`.
-class DelayedWriter {
+// A file's way through the reducers: what they are late is dropped at the front and pushed out by
+// silence at the end.
+class FileStream {
 public:
-    DelayedWriter(AudioWriter &writer, int channels, sf_count_t drop)
-        : target(writer), channelCount(channels), toDrop(drop) {}
-
-    void Write(const float *block, sf_count_t frames) {
-        const sf_count_t dropped = std::min(toDrop, frames);
-        toDrop -= dropped;
-        target.Write(block + dropped * channelCount, frames - dropped);
+    FileStream(const SF_INFO &info, const ParameterValues &values, AudioWriter &target)
+        : denoiser(info, values), writer(target),
+          block(static_cast<std::size_t>(blockFrames * info.channels)), channels(info.channels),
+          toDrop(denoiser.LeadIn() + denoiser.Latency()) {
+        PushSilence(denoiser.LeadIn());
     }
 
+    // Returns how many frames there were; 0 at the end of the file.
+    sf_count_t PushBlockOf(AudioReader &reader) {
+        const sf_count_t frames = reader.Read(block.data(), blockFrames);
+        Push(frames);
+        return frames;
+    }
+
+    void Flush() { PushSilence(denoiser.Latency()); }
+
 private:
-    AudioWriter &target;
-    int channelCount;
+    void Push(sf_count_t frames) {
+        denoiser.Process(block.data(), frames);
+        const sf_count_t dropped = std::min(toDrop, frames);
+        toDrop -= dropped;
+        writer.Write(block.data() + dropped * channels, frames - dropped);
+    }
+
+    void PushSilence(sf_count_t frames) {
+        for (; frames > 0; frames -= blockFrames) {
+            std::fill(block.begin(), block.end(), 0.0f);
+            Push(std::min(frames, blockFrames));
+        }
+    }
+
+    InterleavedDenoiser denoiser;
+    AudioWriter &writer;
+    std::vector<float> block;
+    int channels;
     sf_count_t toDrop;
 };
 
@@ -68,27 +99,15 @@ void DenoiseFile(const std::filesystem::path &in, const std::filesystem::path &o
                  const ParameterValues &values, const ProgressListener &progress) {
     AudioReader reader(in);
     AudioWriter writer(out, reader.Info());
-    const int channels = reader.Info().channels;
-    InterleavedDenoiser denoiser(reader.Info(), values);
-    DelayedWriter aligned(writer, channels, denoiser.Latency());
-    std::vector<float> block(static_cast<std::size_t>(blockFrames * channels));
-
+    FileStream stream(reader.Info(), values, writer);
     sf_count_t done = 0;
-    while (const sf_count_t frames = reader.Read(block.data(), blockFrames)) {
-        denoiser.Process(block.data(), frames);
-        aligned.Write(block.data(), frames);
+    while (const sf_count_t frames = stream.PushBlockOf(reader)) {
         done += frames;
         const auto total = static_cast<double>(std::max(done, reader.Info().frames));
         if (!progress(static_cast<double>(done) / total))
             throw FileError(in, "interrupted");
     }
-    // Silence pushes out what the delay still holds.
-    for (sf_count_t rest = denoiser.Latency(); rest > 0; rest -= blockFrames) {
-        const sf_count_t frames = std::min(rest, blockFrames);
-        std::fill(block.begin(), block.end(), 0.0f);
-        denoiser.Process(block.data(), frames);
-        aligned.Write(block.data(), frames);
-    }
+    stream.Flush();
     writer.Commit();
 }
 
