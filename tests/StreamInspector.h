@@ -1,4 +1,4 @@
-/// The tests' way to the working record of a noise reducer.
+/// The tests' way into a noise reducer.
 #ifndef QUIETFLOOR_TESTS_STREAMINSPECTOR_H
 #define QUIETFLOOR_TESTS_STREAMINSPECTOR_H
 
@@ -8,8 +8,11 @@
 namespace dsp {
 
 struct StreamInspector {
-    static SingleChannelAdaptiveNoiseParams &Record(SingleChannelAdaptiveNoise &object) {
-        return *object.record;
+    static SingleChannelAdaptiveNoiseParams &Record(SingleChannelAdaptiveNoise &stream) {
+        return *stream.record;
+    }
+    static void DesignFilter(SingleChannelAdaptiveNoise &stream, double *gain) {
+        SingleChannelAdaptiveNoise::ComputeXfms(stream.record, gain);
     }
 };
 

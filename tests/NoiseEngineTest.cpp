@@ -1,0 +1,332 @@
+#include "noise/NoiseRemover.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "tests/PlainNoiseEngine.h"
+
+using namespace quietfloor;
+
+namespace {
+
+// Frames as the stream hands them over: noise whose neighbouring frames overlap, more or less uneven, a tone
+// that moves from bin to bin, and bursts. Entries 0 and H of the levels are -200.
+class SpectrumSource {
+public:
+    SpectrumSource(int halfSize, double unevenness)
+        : mag(halfSize + 1), db(halfSize + 1), previousDb(halfSize + 1), half(halfSize), depth(unevenness),
+          noise(halfSize + 1) {}
+
+    void Next(double levelDb) {
+        previousDb = db;
+        std::normal_distribution<double> normal;
+        const bool isBurst = depth > 0.1 && frame / 15 % 10 == 8;
+        for (int k = 0; k <= half; ++k) {
+            noise[k] = 0.95 * noise[k] + 0.3122499 * std::complex<double>(normal(random), normal(random));
+            const double steady = std::abs(1 - depth + depth * noise[k]);
+            const double tone = k == frame / 50 % half ? 100 : 0;
+            mag[k] = (steady * (isBurst && k % 7 < 4 ? 30 : 1) + tone) * plain::FromDb(levelDb);
+            db[k] = plain::Db(mag[k]) + 4.6;
+        }
+        db[0] = db[half] = -200;
+        if (frame++ == 0)
+            previousDb = db;
+    }
+
+    plain::Doubles mag, db, previousDb;
+    std::mt19937 random{7};
+
+private:
+    int half, frame = 0;
+    double depth;
+    plain::Array<std::complex<double>> noise;
+};
+
+float Draw(std::mt19937 &generator, double low, double high) {
+    return static_cast<float>(std::uniform_real_distribution(low, high)(generator));
+}
+
+NoiseRemoverSettings DrawSettings(std::mt19937 &g, bool hasBoost) {
+    NoiseRemoverSettings s;
+    s.OffsetDb = Draw(g, -10, 10);
+    s.ReductionDb = Draw(g, 0, 40);
+    s.ReleaseMs = Draw(g, 20, 750);
+    s.KneeDb = Draw(g, 0, 20);
+    s.Sensitivity = Draw(g, -5, 15);
+    s.Strength = Draw(g, 0, 100);
+    const float widths[] = {0, 50, 270, 1000, 6000, 12000, 20000}; // the last windows span the spectrum
+    s.BandWidthHz = widths[g() % 7];
+    s.TransientBoost = hasBoost;
+    return s;
+}
+
+struct Case {
+    int half, hop, rate;
+    double unevenness;
+    bool isDefault, hasBoost;
+    double middleDb; // level of the middle third
+};
+
+// How two engines compare over a run, and that the run shows something.
+struct Comparison {
+    int gains = 0, unequalGains = 0, unequalFloors = 0, boosted = 0, reduced = 0, losses = 0;
+    double worst = 0;
+
+    void Add(const CNoiseRemover &engine, const plain::Engine &expected, const plain::Doubles &out,
+             const plain::Doubles &expectedOut) {
+        for (int k = 1; k < expected.half; ++k) {
+            const double error = std::fabs(out[k] / expectedOut[k] - 1);
+            const double floor = expected.tracker.floor[k];
+            worst = std::max(worst, error);
+            ++gains;
+            unequalGains += error > 1e-5;
+            unequalFloors += std::fabs(engine.Tracker->NoiseFloor.data()[k] - floor) > 1e-6 * floor;
+            reduced += expectedOut[k] < 0.5;
+        }
+        boosted += expected.boostDb > 0;
+        losses += expected.tracker.meanLevelDb == -150;
+    }
+};
+
+// An engine that gets flat spectra.
+struct FlatEngine {
+    CNoiseRemover engine;
+    std::vector<double> mag, db, gain;
+
+    FlatEngine(int half, int rate, int hop, const NoiseRemoverSettings &settings = {})
+        : engine(half, rate, hop) {
+        const auto entries = static_cast<std::size_t>(half) + 1;
+        mag.resize(entries);
+        db.resize(entries);
+        gain.assign(entries, 0.5);
+        engine.SetSettings(settings);
+        engine.Reset();
+    }
+    void Feed(double levelDb, int frames = 1) {
+        std::fill(mag.begin(), mag.end(), plain::FromDb(levelDb - 4.6));
+        std::fill(db.begin() + 1, db.end() - 1, levelDb);
+        db.front() = db.back() = -200;
+        for (int i = 0; i < frames; ++i)
+            engine.ProcessFrame(mag.data(), db.data(), gain.data(), db.data());
+    }
+};
+
+} // namespace
+
+// Scores are compared with levels, so where two evaluations round differently a bin may once decide
+// otherwise.
+TEST(NoiseEngine, MeansWhatThePlainEngineSays) {
+    for (const Case &c :
+         {Case{32, 16, 8000, 0.05, true, true, -200}, Case{256, 128, 44100, 1, false, true, -40},
+          Case{128, 64, 8000, 1, false, false, -80}, Case{512, 409, 48000, 0.5, false, true, -50}}) {
+        SCOPED_TRACE(c.half);
+        CNoiseRemover engine(c.half, c.rate, c.hop);
+        plain::Engine expected(c.half, c.rate, c.hop);
+        SpectrumSource source(c.half, c.unevenness);
+        engine.Reset();
+        plain::Doubles out(c.half + 1, 0.5), expectedOut = out;
+        Comparison comparison;
+        for (int frame = 0; frame < 1200; ++frame) {
+            if (!c.isDefault && frame % 60 == 0) {
+                const NoiseRemoverSettings settings = DrawSettings(source.random, c.hasBoost);
+                engine.SetSettings(settings);
+                expected.Set(settings);
+            }
+            source.Next(frame < 5 ? -130 : frame / 400 == 1 ? c.middleDb : -50);
+            engine.ProcessFrame(source.mag.data(), source.db.data(), out.data(), source.previousDb.data());
+            expected.ProcessFrame(source.mag.data(), source.db.data(), expectedOut.data(),
+                                  source.previousDb.data());
+            ASSERT_EQ(engine.Tracking, expected.isTracking) << frame;
+            ASSERT_NEAR(engine.BoostDb, expected.boostDb, 1e-9) << frame;
+            ASSERT_NEAR(engine.Tracker->MeanLevelDb, expected.tracker.meanLevelDb, 0.01) << frame;
+            comparison.Add(engine, expected, out, expectedOut);
+        }
+        EXPECT_LT(comparison.unequalGains, comparison.gains / 200);
+        EXPECT_LT(comparison.unequalFloors, comparison.gains / 200);
+        EXPECT_LT(comparison.worst, 0.2);
+        EXPECT_GT(comparison.reduced, 1000);
+        EXPECT_EQ(comparison.boosted > 100, c.hasBoost);
+        EXPECT_EQ(comparison.losses > 10, c.middleDb < -150);
+    }
+}
+
+// A constant, slow and fast modulation, noise, and magnitudes that floats or the analysis cannot hold; the
+// last two go on as a constant, after which all is well again.
+TEST(NoiseEngine, ModulationScoresAreThoseOfTheDefinition) {
+    constexpr int bins = 16;
+    BinAnalysis analysis(bins, FftEngine::SelectedPerBinKernels());
+    std::vector<plain::Bin> expected(bins);
+    std::mt19937 random(3);
+    double x[bins] = {};
+    for (int frame = 0; frame < 1600; ++frame) {
+        for (int k = 1; k <= 10; ++k)
+            x[k] = std::pow(10.0, -k) * (1 + 0.5 * std::sin(plain::twoPi * frame * k / 64.0));
+        x[11] = 0.01;
+        x[12] = std::exponential_distribution(1.0)(random);
+        x[13] = 1e-9 * std::exponential_distribution(1.0)(random);
+        x[14] = frame < 100 ? 1e30 : 0.01;
+        x[15] = frame % 200 < 100 ? 0 : 1e-30;
+        const bool isNew = analysis.Analyze(x);
+        ASSERT_EQ(isNew, frame % 8 == 7);
+        for (int k = 1; k < bins; ++k) {
+            plain::Bin &bin = expected[static_cast<std::size_t>(k)];
+            bin.Analyze(k == 14 ? 0.01 : x[k]);
+            if (k == 14 && frame < 1500)
+                continue;
+            const auto i = static_cast<std::size_t>(k);
+            ASSERT_NEAR(analysis.Score[i], bin.score, 2e-5f * bin.score) << frame << " bin " << k;
+            ASSERT_NEAR(analysis.Activity[i], bin.activity, 2e-5f * bin.activity + 1e-6f)
+                << frame << " bin " << k;
+        }
+    }
+    EXPECT_FLOAT_EQ(analysis.Score[11], 0.0001f * 0.25f); // as even and as steady as can be
+    EXPECT_EQ(analysis.Score[0], 0.0f);
+}
+
+TEST(NoiseEngine, DerivesItsSettingsFromThoseGiven) {
+    NoiseRemoverSettings given;
+    EXPECT_EQ(given.Sensitivity, 12.0f);
+    given.OffsetDb = 2;
+    given.KneeDb = 0.2f;
+    given.Sensitivity = 2.5f;
+    given.TrackerRate = 99;
+    const NoiseRemoverSettings derived = Derived(given);
+    EXPECT_EQ(derived.OffsetDb, 2.5f);
+    EXPECT_EQ(derived.KneeDb, 0.5f);
+    EXPECT_FLOAT_EQ(derived.Sensitivity, 28.897734f); // 2^(1/4) 24.3
+    EXPECT_EQ(derived.TrackerRate, 8.0f);
+    EXPECT_EQ(derived.BandWidthHz, 270.0f);
+}
+
+// Both end levels of -200 dB count in the sum, and the divisor is one less than the number of entries.
+TEST(NoiseEngine, OpensAtAMeanLevelOfMinus110) {
+    const std::pair<double, bool> levels[] = {
+        {-109.5, true}, {-109.70, true}, {-109.73, false}, {-130, false}};
+    for (const auto &[level, opens] : levels) {
+        FlatEngine flat(1024, 44100, 512);
+        flat.Feed(level);
+        EXPECT_EQ(flat.engine.Tracking, opens) << level;
+        EXPECT_EQ(flat.gain, [] {
+            std::vector<double> ones(1025, 1.0);
+            ones.front() = ones.back() = 0.5; // never written
+            return ones;
+        }());
+    }
+}
+
+// A falling reference loses 60 dB in the release time, a rising one closes in by 60 dB in 10 ms.
+TEST(NoiseEngine, ReferenceFollowsInReleaseTime) {
+    for (const float releaseMs : {10.0f, 140.0f, 750.0f}) {
+        NoiseRemoverSettings settings;
+        settings.ReleaseMs = releaseMs;
+        settings.TransientBoost = false;
+        FlatEngine flat(1024, 44100, 512, settings);
+        const double hopMs = 512 / 44.1;
+        flat.Feed(-40, 3);
+        EXPECT_NEAR(flat.engine.Reference[5], 0.01, 1e-12);
+        flat.Feed(-500, 4);
+        EXPECT_NEAR(flat.engine.Reference[5] / (0.01 * std::pow(10.0, -12 * hopMs / releaseMs)), 1, 1e-6);
+        flat.Feed(0);
+        EXPECT_NEAR(flat.engine.Reference[5], 1 - std::pow(10.0, -3 * hopMs / 10), 0.01);
+    }
+}
+
+// A rise of d dB in all bins boosts the reference by 3 (d - 3.5) dB from d = 4.2 on; the boost dies away at
+// 1500 dB per second of a sample clock that counts quarters of the FFT size, and with any change of settings.
+TEST(NoiseEngine, BoostsAfterARise) {
+    for (const double rise : {4.1, 4.3, 20.0}) {
+        FlatEngine flat(256, 44100, 128);
+        flat.Feed(-50, 3);
+        const double before = flat.engine.Reference[9];
+        flat.Feed(-50 + rise);
+        const double boost = rise > 4.2 ? 3 * (rise - 3.5) : 0;
+        const double step = 1500 / (44100 / 4.0);
+        EXPECT_NEAR(flat.engine.BoostDb, std::max(0.0, boost - step), 1e-9);
+        const double approach = 1 - std::pow(0.001, 128 / 441.0); // 10 ms
+        const double target = plain::FromDb(-50 + rise + boost);
+        EXPECT_NEAR(flat.engine.Reference[9], before + approach * (target - before), 1e-6 * target);
+        flat.Feed(-50 + rise, 10);
+        EXPECT_NEAR(flat.engine.BoostDb, std::max(0.0, boost - 11 * step), 1e-9);
+        flat.engine.SetSettings(flat.engine.GivenSettings());
+        EXPECT_EQ(flat.engine.BoostDb, 0.0);
+    }
+}
+
+// Under a constant level scores are as low as they can be, so evidence grows by five times the decision level
+// in every frame from the first analysis on, and the first floor is the risen minimum plus the threshold.
+TEST(NoiseEngine, LearnsAConstantLevelWhenTheEvidenceIsIn) {
+    NoiseRemoverSettings settings;
+    settings.Sensitivity = 2.5f;
+    settings.TransientBoost = false;
+    FlatEngine flat(256, 44100, 128, settings);
+    const double level = flat.engine.Settings.Sensitivity / 150.0, target = 43; // 44100 / 8 / 128
+    const double threshold = flat.engine.Settings.OffsetDb + 8.5 - 4.5 + 6.8 + 0.6 * 14;
+    const int updates =
+        7 + static_cast<int>(std::ceil(target / (5 * level) + 0.15)); // the upper neighbour's share is late
+    flat.Feed(-50, updates); // the second frame does not update the tracker
+    EXPECT_EQ(flat.engine.Tracker->NoiseFloor[100], 0.0);
+    flat.Feed(-50);
+    const double minimum = -50 - 4 * std::pow(0.98, updates);
+    EXPECT_NEAR(plain::Db(flat.engine.Tracker->NoiseFloor[100]), minimum + threshold, 1e-9);
+    EXPECT_NEAR(flat.engine.Tracker->MeanLevelDb, minimum + threshold, 1e-9);
+    EXPECT_EQ(flat.engine.Tracker->NoiseFloor[0], 0.0);
+}
+
+// A magnitude of exactly 0 has the level -infinity; neither it nor one that overflows a float may stay.
+TEST(NoiseEngine, ComesBackFromLevelsWithoutBounds) {
+    for (const double extreme : {0.0, 1e-300, 1e30}) {
+        FlatEngine hurt(64, 8000, 32), whole(64, 8000, 32);
+        hurt.Feed(-50, 100);
+        whole.Feed(-50, 100);
+        hurt.Feed(plain::Db(extreme), 70);
+        for (const double g : hurt.gain)
+            ASSERT_TRUE(std::isfinite(g));
+        hurt.Feed(-50, 3000);
+        whole.Feed(-50, 3070);
+        for (std::size_t k = 1; k < 63; ++k) {
+            ASSERT_NEAR(hurt.gain[k], whole.gain[k], 1e-3) << extreme;
+            ASSERT_NEAR(plain::Db(hurt.engine.Tracker->NoiseFloor[k] / whole.engine.Tracker->NoiseFloor[k]),
+                        0, 0.5);
+        }
+    }
+}
+
+// Above the upper corner gains pass; below the lower one they are the reduction, or less only down to what
+// the strength allows.
+TEST(NoiseEngine, OutputCurveHasItsCorners) {
+    struct Row {
+        float reductionDb, strength;
+        double high, low, floorOut, least;
+    };
+    const Row rows[] = {{24, 30, 0.251189, 0.158489, 0.0630957, 0.0630957},
+                        {24, 66.5f, 0.251189, 0.158489, 0.0630957, 0.0025534}, // 27.86 dB below the reduction
+                        {10, 100, 0.562341, 0.501187, 0.316228, 0.0749894},    // 12.5 dB
+                        {38, 10, 0.15, 0.15, 0.0125893, 0.0125893},
+                        {0, 30, 1, 1, 1, 1}};
+    for (const Row &row : rows) {
+        NoiseRemoverSettings settings;
+        settings.ReductionDb = row.reductionDb;
+        settings.Strength = row.strength;
+        settings.Sensitivity = 2.5f;
+        settings.TransientBoost = false;
+        FlatEngine flat(256, 44100, 128, settings);
+        double before = 1;
+        for (int frame = 0; frame < 2000; ++frame) {
+            flat.Feed(-50);
+            const double gain = flat.engine.Gain[100], out = flat.gain[100];
+            if (flat.engine.Gain[100] == 0)
+                continue; // nothing has been tracked yet
+            if (gain > row.high + 1e-5) {
+                ASSERT_EQ(out, gain);
+            } else if (gain < row.low - 1e-5) {
+                ASSERT_NEAR(out, std::clamp(gain, row.least, row.floorOut), 2e-6) << row.reductionDb;
+            } else {
+                ASSERT_TRUE(out > row.floorOut - 1e-5 && out <= before + 1e-5) << gain << " " << out;
+            }
+            before = out;
+        }
+        EXPECT_NEAR(before, row.least, 1e-5) << row.reductionDb;
+        EXPECT_EQ(flat.gain[255], 1.0); // keeps what it had
+    }
+}
