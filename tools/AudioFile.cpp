@@ -21,7 +21,7 @@ fs::path ResolveTarget(const fs::path &path) {
 // Takes a name that nobody has: "x" opens only what does not exist.
 fs::path CreateBeside(const fs::path &target) {
     for (int attempt = 1; attempt <= 100; ++attempt) {
-        const fs::path name = target.string() + ".part" + std::to_string(attempt);
+        fs::path name = target.string() + ".part" + std::to_string(attempt);
         if (std::FILE *created = std::fopen(name.string().c_str(), "wx")) {
             std::fclose(created);
             return name;
