@@ -35,28 +35,28 @@ struct SingleChannelAdaptiveNoiseParams;
 ///
 /// The parameters. Values are stored as given, outside the bounds too: the bounds are what a host
 /// should offer. The engine works with any finite value as far as its formulas stay finite and
-/// saturates beyond: reduction -200 to 1000 dB, offset and knee +-1000 dB, sensitivity +-1000,
-/// strength +-10000 %. A NaN or an infinity is stored, but processing goes on with the last finite
-/// value. "At once" means from the next frame on; "rebuild" means at the next `Process` (or
-/// `Resume`), which forgets all sound and all learnt noise.
+/// saturates beyond: reduction -200 to 1000 dB, offset +-100 dB, knee 0.5 to 1000 dB, sensitivity
+/// +-1000, strength +-10000 %. A NaN or an infinity is stored, but processing goes on with the last
+/// finite value. "At once" means from the next frame on; "rebuild" means at the next `Process` (or
+/// `Resume`), which forgets all sound and all learnt noise; what "waits" takes effect with the next
+/// rebuild but asks for none.
 ///
-///  | index            | role                            | unit    | default | bounds         | effective |
-///  |------------------|---------------------------------|---------|---------|----------------|-----------|
-///  | 0 kReductionDb   | most that noise is turned down  | dB      | 20      | 0 .. 40        | at once   |
-///  | 1 kOffsetDb      | shift of the detection threshold| dB      | 2       | -10 .. 10      | at once   |
-///  | 2 kSensitivity   | how uneven noise may be         | dB-like | 2.5     | -20 .. 20      | at once   |
-///  | 3 kTrackerRate   | none; follows from kStrength    | -       | 6       | 1 .. 20        | never     |
-///  | 4 kStrength      | strength of the whole reduction | percent | 30      | 0 .. 100       | at once   |
-///  | 5 kReserved      | kept by the engine, unused      | -       | 8       | 0 .. 20        | never     |
-///  | 6 kBandWidthHz   | width of the local comparison   | Hz      | 100     | 0 .. 500       | at once   |
-///  | 7 kFftSize       | FFT size, a power of two        | samples | 512     | 127.5 .. 16384.5 | rebuild |
-///  | 8 kOverlap       | read back: frames per FFT size  | -       | (4)     | 1.5 .. 8.5     | never     |
-///  | 9 kKneeDb        | width of the gain knee          | dB      | 14      | 1 .. 20        | next rebuild
-///  | | 10 kReleaseMs    | fall time of the level smoothing| ms      | 140     | 20 .. 750      | at once   |
-///  | 11 kFilterMode   | 1: reduce by a linear-phase filter instead of per-bin gains | - | 0 | -0.5 .. 1.49 |
-///  rebuild | | 12 kUnused       | none                            | -       | 0       | -0.5 .. 1.49   |
-///  never     | | 13 kActive       | read back: 1 after `Resume`, 0 after `Suspend` | - | 0 | -0.5 .. 1.49 |
-///  never     |
+/// | index          | role                             | unit    | default | bounds           | effective |
+/// |----------------|----------------------------------|---------|---------|------------------|-----------|
+/// | 0 kReductionDb | most that noise is turned down   | dB      | 20      | 0 .. 40          | at once   |
+/// | 1 kOffsetDb    | shift of the detection threshold | dB      | 2       | -10 .. 10        | at once   |
+/// | 2 kSensitivity | how uneven noise may be          | dB-like | 2.5     | -20 .. 20        | at once   |
+/// | 3 kTrackerRate | none; follows from kStrength     | -       | 6       | 1 .. 20          | never     |
+/// | 4 kStrength    | strength of the whole reduction  | percent | 30      | 0 .. 100         | at once   |
+/// | 5 kReserved    | kept by the engine, unused       | -       | 8       | 0 .. 20          | never     |
+/// | 6 kBandWidthHz | width of the local comparison    | Hz      | 100     | 0 .. 500         | at once   |
+/// | 7 kFftSize     | FFT size, a power of two         | samples | 512     | 127.5 .. 16384.5 | rebuild   |
+/// | 8 kOverlap     | read back: frames per FFT size   | -       | (4)     | 1.5 .. 8.5       | never     |
+/// | 9 kKneeDb      | width of the gain knee           | dB      | 14      | 1 .. 20          | waits     |
+/// | 10 kReleaseMs  | fall time of the level smoothing | ms      | 140     | 20 .. 750        | at once   |
+/// | 11 kFilterMode | 1: linear-phase filter, 0: gains | -       | 0       | -0.5 .. 1.49     | rebuild   |
+/// | 12 kUnused     | none                             | -       | 0       | -0.5 .. 1.49     | never     |
+/// | 13 kActive     | read back: 1 resumed, 0 not      | -       | 0       | -0.5 .. 1.49     | never     |
 ///
 /// `kFftSize` snaps to the nearest power of two from 64 to 16384, down on a tie; a value that no
 /// size is near (huge, hugely negative, NaN) is ignored. `kFilterMode` becomes 0 below 0.5 and 1

@@ -7,7 +7,7 @@ namespace quietfloor {
 namespace {
 
 NoiseRemoverSettings Limited(NoiseRemoverSettings settings) noexcept {
-    settings.OffsetDb = std::clamp(settings.OffsetDb, -1000.0f, 1000.0f);
+    settings.OffsetDb = std::clamp(settings.OffsetDb, -100.0f, 100.0f);
     settings.ReductionDb = std::clamp(settings.ReductionDb, -200.0f, 1000.0f);
     settings.ReleaseMs = std::max(settings.ReleaseMs, 0.0f);
     settings.KneeDb = std::clamp(settings.KneeDb, 0.5f, 1000.0f);

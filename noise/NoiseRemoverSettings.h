@@ -18,8 +18,9 @@ struct NoiseRemoverSettings {
 };
 
 /// What the engine works with, from settings as given (finite values): limited to the range in which
-/// every formula stays finite (offset and knee +-1000 dB, reduction -200 to 1000 dB, sensitivity
-/// +-1000, strength +-10000 %, release from 0 ms), then offset, sensitivity, rate and knee derived.
+/// every formula stays finite and floors come back soon after a correction (offset +-100 dB, knee 0.5 to
+/// 1000 dB, reduction -200 to 1000 dB, sensitivity +-1000, strength +-10000 %, release from 0 ms), then
+/// offset, sensitivity, rate and knee derived.
 NoiseRemoverSettings Derived(const NoiseRemoverSettings &given) noexcept;
 
 } // namespace quietfloor
