@@ -105,23 +105,24 @@ void SingleChannelAdaptiveNoise::BuildAnalysisWindow(Record *target) {
         const double hann = 0.5 - 0.5 * std::cos(twoPi * i / (length - 1));
         target->analysisWindow[Size(i)] = target->analysisWindow[Size(length - 1 - i)] = hann;
     }
-
-    target->frameWindow.assign(Size(g.fftSize), 0.0);
-    target->synthesisWindow.assign(Size(g.fftSize), 0.0);
-    for (int i = 0; i < g.fftSize; ++i) {
-        const double cosine = std::cos(twoPi * i / g.fftSize);
-        if (g.filterMode) {
-            target->frameWindow[Size(i)] = 0.5 * (1.0 - cosine);
-        } else {
-            const double window = 0.5001 - 0.4999 * cosine; // never 0, so that it can be taken away again
-            target->frameWindow[Size(i)] = window;
-            target->synthesisWindow[Size(i)] = window > 1e-7 ? 1.0 / window : 0.0;
-        }
+    const double scale = 1.0 / g.fftSize; // the transforms are unscaled
+    if (g.filterMode) {
+        target->outputWeight.assign(Size(g.fftSize), scale);
+        return;
     }
+    target->frameWindow.resize(Size(g.fftSize));
+    for (int i = 0; i < g.fftSize; ++i) // never 0, so that it can be taken away again
+        target->frameWindow[Size(i)] = 0.5001 - 0.4999 * std::cos(twoPi * i / g.fftSize);
 
-    target->overlapWindow.resize(Size(2 * g.hopSize));
-    for (int i = 0; i < 2 * g.hopSize; ++i)
-        target->overlapWindow[Size(i)] = 0.5 * (1.0 - std::cos(twoPi * i / (2 * g.hopSize)));
+    // Over the two hops in the middle of a frame: the frame's window is taken away, and neighbouring
+    // frames cross-fade.
+    const int fadeLength = 2 * g.hopSize, start = g.fftSize / 2 - g.hopSize;
+    target->outputWeight.assign(FftEngine::WholeVectors(fadeLength), 0.0);
+    for (int i = 0; i < fadeLength; ++i) {
+        const double overlapWindow = 0.5 * (1.0 - std::cos(twoPi * i / fadeLength));
+        const double synthesisWindow = 1.0 / target->frameWindow[Size(start + i)];
+        target->outputWeight[Size(i)] = scale * synthesisWindow * overlapWindow;
+    }
 }
 
 void SingleChannelAdaptiveNoise::InitializeParameters() {

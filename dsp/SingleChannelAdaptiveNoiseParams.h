@@ -33,8 +33,7 @@ struct SingleChannelAdaptiveNoiseParams {
     Row<double> twiddleReal, twiddleImag;         // H each: e^(2 pi i k / N)
     Row<double> analysisWindow;                   // on the analysis frame, analysisLength
     Row<double> frameWindow;                      // N: on the frame that gets the gains
-    Row<double> synthesisWindow;                  // N: takes frameWindow away again
-    Row<double> overlapWindow;                    // 2 P: overlap-add weight
+    Row<double> outputWeight;                     // what a synthesised frame is added with, in whole vectors
     Row<float> DitherTable;                       // ditherLength values, within +-1e-9
     int historyCount = 1;     // the gains see the level spectrum of so many frames ago, 0 to 3
     bool adaptEnabled = true; // frames are analysed; otherwise the gains stay as they are

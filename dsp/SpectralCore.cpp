@@ -11,34 +11,27 @@
 namespace dsp {
 namespace {
 
-constexpr double levelOffsetDb = 4.6;
-constexpr double endLevelDb = -200.0;  // at both ends of a level spectrum, whatever the bins hold
-constexpr double highestOutput = 1e36; // overlapping sums of it still fit a float
+constexpr double endLevelDb = -200.0; // at both ends of a level spectrum, whatever the bins hold
 
 void LoadAnalysisFrame(SingleChannelAdaptiveNoiseParams &record) noexcept {
     const FrameGeometry &g = record.geometry;
-    const float *input = record.inputBuffer.data() + g.analysisOffset;
-    const double *window = record.analysisWindow.data();
-    double *frame = record.frameData.data();
-    for (int i = 0; i < g.analysisLength; ++i)
-        frame[i] = input[i] * window[i];
-    std::fill(frame + g.analysisLength, frame + g.fftSize, 0.0);
+    record.kernels->ApplyWindow(record.inputBuffer.data() + g.analysisOffset, record.analysisWindow.data(),
+                                record.frameData.data(), g.analysisLength);
+    std::fill(record.frameData.begin() + g.analysisLength, record.frameData.end(), 0.0);
 }
 
-// In filter mode the hop that lies `analysisOffset` behind the newest input, else the whole frame.
+// In filter mode the hop that lies `analysisOffset` behind the newest input, as it is, else the whole
+// frame, windowed.
 void LoadSynthesisFrame(SingleChannelAdaptiveNoiseParams &record) noexcept {
     const FrameGeometry &g = record.geometry;
-    const int length = g.filterMode ? g.hopSize : g.fftSize;
-    const float *input = record.inputBuffer.data() + g.analysisLength - length;
-    const double *window = record.frameWindow.data();
-    double *frame = record.frameImag.data();
-    if (g.filterMode) {
-        std::copy_n(input, length, frame);
-        std::fill(frame + length, frame + g.fftSize, 0.0);
-    } else {
-        for (int i = 0; i < length; ++i)
-            frame[i] = input[i] * window[i];
+    if (!g.filterMode) {
+        record.kernels->ApplyWindow(record.inputBuffer.data(), record.frameWindow.data(),
+                                    record.frameImag.data(), g.fftSize);
+        return;
     }
+    const auto end = record.inputBuffer.begin() + g.analysisLength;
+    const auto rest = std::copy(end - g.hopSize, end, record.frameImag.begin());
+    std::fill(rest, record.frameImag.end(), 0.0);
 }
 
 // Leaves the magnitudes and levels of the analysis frame, one bin down, and the other frame's spectrum.
@@ -51,7 +44,8 @@ void TransformFrames(SingleChannelAdaptiveNoiseParams &record) noexcept {
                                          record.magnitude.data(), record.spectrumReal.data(),
                                          record.spectrumImag.data()},
                                         1.0 / (record.geometry.fftSize * 0.25), half);
-    record.kernels->LevelsDb(record.magnitude.data(), levelOffsetDb, record.levelSpectrum.data(), half);
+    record.kernels->LevelsDb(record.magnitude.data(), quietfloor::levelOffsetDb, record.levelSpectrum.data(),
+                             half);
     record.levelSpectrum.front() = record.levelSpectrum.back() = endLevelDb;
 }
 
@@ -63,67 +57,16 @@ void AdvanceOutput(SingleChannelAdaptiveNoiseParams &record) noexcept {
     std::fill(output + g.fftSize - g.hopSize, output + g.fftSize, 0.0f);
 }
 
-// DC and Nyquist pass unchanged. Bin k gets the gain of entry k, whose level came from bin k + 1.
-void ApplyGains(SingleChannelAdaptiveNoiseParams &record) noexcept {
-    const int half = record.geometry.fftSize / 2;
-    const double *gain = record.gain.data();
-    double *re = record.spectrumReal.data(), *im = record.spectrumImag.data();
-    for (int k = 1; k < half; ++k) {
-        re[k] *= gain[k];
-        im[k] *= gain[k];
-    }
-}
-
-void ApplyFilter(SingleChannelAdaptiveNoiseParams &record) noexcept {
-    const int half = record.geometry.fftSize / 2;
-    const double *transfer = record.xfmReal.data();
-    double *re = record.spectrumReal.data(), *im = record.spectrumImag.data();
-    for (int k = 0; k <= half; ++k) {
-        re[k] *= transfer[k];
-        im[k] *= transfer[k];
-    }
-}
-
 // Back to N real samples in `frameData`, N times too large, by a complex transform of half the length
 // whose real parts are the even samples and imaginary parts the odd ones.
-void InvertSpectrum(SingleChannelAdaptiveNoiseParams &record) noexcept {
+void InvertSpectrum(SingleChannelAdaptiveNoiseParams &record, const double *factor) noexcept {
     const int half = record.geometry.fftSize / 2;
-    double *even = record.frameImag.data(), *odd = even + half, *frame = record.frameData.data();
-    record.kernels->PackRealInverse({record.spectrumReal.data(), record.spectrumImag.data(),
+    double *even = record.frameImag.data(), *odd = even + half;
+    record.kernels->PackRealInverse({record.spectrumReal.data(), record.spectrumImag.data(), factor,
                                      record.twiddleReal.data(), record.twiddleImag.data(), even, odd},
                                     half);
     record.halfFftData->Inverse(even, odd);
-    for (int n = 0; n < half; ++n) {
-        frame[2 * n] = even[n];
-        frame[2 * n + 1] = odd[n];
-    }
-}
-
-float OutputSample(double sample) noexcept {
-    return static_cast<float>(std::clamp(sample, -highestOutput, highestOutput));
-}
-
-// Fast convolution: the filtered hop and its tail, which overlaps the next ones.
-void AddFiltered(SingleChannelAdaptiveNoiseParams &record) noexcept {
-    const int n = record.geometry.fftSize;
-    const double scale = 1.0 / n;
-    const double *frame = record.frameData.data();
-    float *output = record.outputBuffer.data();
-    for (int i = 0; i < n; ++i)
-        output[i] += OutputSample(frame[i] * scale);
-}
-
-// Only the two hops in the middle of the frame reach the output.
-void AddCentre(SingleChannelAdaptiveNoiseParams &record) noexcept {
-    const FrameGeometry &g = record.geometry;
-    const int start = g.fftSize / 2 - g.hopSize;
-    const double scale = 1.0 / g.fftSize;
-    const double *frame = record.frameData.data() + start;
-    const double *synthesis = record.synthesisWindow.data() + start;
-    const double *overlap = record.overlapWindow.data();
-    float *output = record.outputBuffer.data() + start;
-    for (int i = 0; i < 2 * g.hopSize; ++i)
-        output[i] += OutputSample(frame[i] * (scale * synthesis[i]) * overlap[i]);
+    record.kernels->InterleaveSamples(even, odd, record.frameData.data(), half);
 }
 
 } // namespace
@@ -146,20 +89,25 @@ void SingleChannelAdaptiveNoise::EstimateGains(Record *record) {
     ++record->frameCount;
 }
 
+// Filter mode adds the filtered hop and its tail, which overlaps the next ones. The other mode adds the
+// two hops in the middle of the frame, bin k with the gain of entry k, whose level came from bin k + 1;
+// DC and Nyquist pass unchanged.
 void SingleChannelAdaptiveNoise::Convolve(Record *record) {
+    const FrameGeometry &g = record->geometry;
     TransformFrames(*record);
     if (record->adaptEnabled)
         EstimateGains(record);
     AdvanceOutput(*record);
-    if (record->geometry.filterMode)
-        ApplyFilter(*record);
-    else
-        ApplyGains(*record);
-    InvertSpectrum(*record);
-    if (record->geometry.filterMode)
-        AddFiltered(*record);
-    else
-        AddCentre(*record);
+    if (g.filterMode) {
+        InvertSpectrum(*record, record->xfmReal.data());
+    } else {
+        record->gain.front() = record->gain.back() = 1.0;
+        InvertSpectrum(*record, record->gain.data());
+    }
+    const int start = g.filterMode ? 0 : g.fftSize / 2 - g.hopSize;
+    const int count = g.filterMode ? g.fftSize : 2 * g.hopSize;
+    record->kernels->AddWeighted(record->frameData.data() + start, record->outputWeight.data(),
+                                 record->outputBuffer.data() + start, count);
 }
 
 } // namespace dsp

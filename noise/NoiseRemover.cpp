@@ -50,6 +50,7 @@ void CNoiseRemover::Reset() {
 void CNoiseRemover::UpdateDerived() noexcept {
     Overlap = static_cast<float>(2.0 * HalfSize / HopSize);
     FloorGain = FromDb(-Settings.ReductionDb);
+    ExcessBase = FromDb(3.0 - Settings.KneeDb - levelOffsetDb);
     KneeRatio = FromDb(-50.0 - Settings.KneeDb) / std::pow(10.0, -2.5);
     const double hopMs = (FFTSize / static_cast<double>(Overlap)) * 1000.0 / SampleRate;
     FallCoef = std::pow(0.001, 1.0 / (Settings.ReleaseMs / hopMs));
@@ -99,7 +100,7 @@ void CNoiseRemover::ProcessFrame(const double *mag, const double *db, double *ga
                                  const double *refDb) noexcept {
     if (Tracking) {
         FollowReference(refDb, FollowTracker(mag, db));
-        MeasureDeviation(db);
+        MeasureDeviation(mag);
         SmoothGains();
         ShapeOutput(gainOut);
         FirstFrame = false;
@@ -144,14 +145,14 @@ void CNoiseRemover::FollowReference(const double *refDb, double boostFactor) noe
 
 // The rms excess over the floor in a window of twice the band width around each bin. The first and
 // last bins, whose window does not fit, take the value of the nearest that does.
-void CNoiseRemover::MeasureDeviation(const double *db) noexcept {
+void CNoiseRemover::MeasureDeviation(const double *mag) noexcept {
     if (BandCount == 0 || !FloorValid)
         return;
     const auto half = static_cast<std::size_t>(HalfSize);
     const double bins = std::max(1.0, static_cast<double>(HalfSize) / BandCount + 0.5);
     const auto window = static_cast<std::size_t>(bins);
     if (2 * window < half) {
-        Kernels->SquaredExcess(db, Floor.data(), 3.0 - Settings.KneeDb, Excess.data(), HalfSize);
+        Kernels->SquaredExcess(mag, Floor.data(), ExcessBase, Excess.data(), HalfSize);
         SumExcess(window);
         Kernels->DeviationFromSums(ExcessSums.data(), 2.0 * static_cast<double>(window), Deviation.data(),
                                    HalfSize);

@@ -12,6 +12,9 @@
 
 namespace quietfloor {
 
+/// Level spectra are 20 log10(magnitude) plus this, in dB.
+inline constexpr double levelOffsetDb = 4.6;
+
 /// The noise engine of one channel. H is half the FFT size, P the frame advance in samples.
 ///
 /// Construct, `SetSettings`, `Reset`; then `ProcessFrame` once per frame, with `SetSettings` between
@@ -60,7 +63,7 @@ private:
     void OpenGate(const double *mag, const double *db) noexcept;
     double FollowTracker(const double *mag, const double *db) noexcept;
     void FollowReference(const double *refDb, double boostFactor) noexcept;
-    void MeasureDeviation(const double *db) noexcept;
+    void MeasureDeviation(const double *mag) noexcept;
     void SumExcess(std::size_t window) noexcept;
     void SmoothGains() noexcept;
     void ShapeOutput(double *gainOut) const noexcept;
@@ -78,6 +81,7 @@ private:
     float Overlap = 0.0f;                  // FFTSize / HopSize
     double FloorGain = 1.0;                // linear gain of noise
     double KneeRatio = 0.0;                // lower end of the knee as a fraction of the floor
+    double ExcessBase = 0.0;               // magnitude over floor from which the deviation counts
     double FallCoef = 0.0, RiseCoef = 0.0; // weight of the old reference
     int BandCount = 0;                     // deviation windows in the spectrum; 0: no deviation
     FftEngine::OutputCurve Curve{};        // from smoothed gains to those handed out

@@ -109,25 +109,17 @@ FftEngine::FloorChange CNoiseTracker::MoveFloors() noexcept {
 // keeps the noise remover going, and after more than three updates without a floor in nearly all bins
 // -150, which stops it; the first audible floor after that starts the tracker over.
 void CNoiseTracker::MeasureMeanLevel() noexcept {
-    double sum = 0.0;
-    int audible = 0, absent = 0;
-    for (std::size_t k = 1; k < static_cast<std::size_t>(Bins); ++k) {
-        const double floor = NoiseFloor[k];
-        if (floor > audibleFloor) {
-            ++audible;
-            sum += FloorDb[k];
-        } else if (floor < absentFloor) {
-            ++absent;
-        }
-    }
-    if (audible > 0) {
+    FftEngine::FloorCensus census =
+        Kernels->CountFloors(NoiseFloor.data(), FloorDb.data(), audibleFloor, absentFloor, Bins);
+    --census.absent; // bin 0, which has none
+    if (census.audible > 0) {
         SilentFrames = 0;
         FirstUpdate = MeanLevelDb == silentLevelDb;
-        MeanLevelDb = FirstUpdate ? audibleFloor : sum / audible;
+        MeanLevelDb = FirstUpdate ? audibleFloor : census.sumDb / census.audible;
         return;
     }
     MeanLevelDb = audibleFloor;
-    if (absent >= Bins - 2)
+    if (census.absent >= Bins - 2)
         ++SilentFrames;
     if (SilentFrames > 3)
         MeanLevelDb = silentLevelDb;

@@ -61,6 +61,11 @@ VF Smoothed(VF old, VF fresh, float weight, float freshWeight, float riseWeight,
     return Select(old > fresh, fallen, risen);
 }
 
+// The row of a ring that is n frames younger than the oldest.
+QUIETFLOOR_INLINE const float *RingRow(const float *ring, const FftEngine::ModulationStep &step, int n) {
+    return ring + ((step.ringPos + n) & (ringLength - 1)) * step.stride;
+}
+
 // Bins 0 and 1 of the level's windowed transform, smoothed with a fast fall and a slow rise; their
 // sum goes into the history.
 template <class VF>
@@ -68,7 +73,7 @@ void FollowSlowLevel(const FftEngine::ModulationRows &rows, const FftEngine::Mod
     const FftEngine::ModulationTables &tables = *step.tables;
     VF sum = VF::Broadcast(0.0f), re = sum, im = sum;
     for (int n = 0; n < ringLength; ++n) {
-        const VF level = VF::LoadU(rows.levelRing + ((step.ringPos + n) % ringLength) * step.stride + k);
+        const VF level = VF::LoadU(RingRow(rows.levelRing, step, n) + k);
         sum = MulAdd(level, VF::Broadcast(tables.window[n]), sum);
         re = MulAdd(level, VF::Broadcast(tables.windowCosine[n]), re);
         im = MulAdd(level, VF::Broadcast(tables.windowSine[n]), im);
@@ -89,10 +94,9 @@ void ModulationSpectrum(const FftEngine::ModulationRows &rows, const FftEngine::
     const FftEngine::ModulationTables &tables = *step.tables;
     VF re[profileLength], im[profileLength];
     for (int n = 0; n < profileLength; ++n) {
-        const int even = (step.ringPos + 2 * n) % ringLength, odd = (step.ringPos + 2 * n + 1) % ringLength;
-        re[n] = VF::LoadU(rows.residualRing + even * step.stride + k) * VF::Broadcast(tables.window[2 * n]);
-        im[n] =
-            VF::LoadU(rows.residualRing + odd * step.stride + k) * VF::Broadcast(tables.window[2 * n + 1]);
+        re[n] = VF::LoadU(RingRow(rows.residualRing, step, 2 * n) + k) * VF::Broadcast(tables.window[2 * n]);
+        im[n] = VF::LoadU(RingRow(rows.residualRing, step, 2 * n + 1) + k) *
+                VF::Broadcast(tables.window[2 * n + 1]);
     }
     Transform(re, im);
     const VF half = VF::Broadcast(0.5f), dc = re[0] + im[0];

@@ -7,35 +7,36 @@
 
 namespace {
 
-// Each of `count` values, a multiple of 8, becomes the largest of itself and `factor`^j times the value
-// `direction` j before it. Two passes instead of one chain of dependent steps: first eight values reach
-// each other, then each eighth one.
-template <class V, int direction>
-void SpreadBlocks(double *values, double factor, int count) {
-    double power[9] = {1.0};
-    for (int j = 1; j <= 8; ++j)
-        power[j] = power[j - 1] * factor;
-    const auto at = [&](int k) { return values + (direction > 0 ? k : 1 - V::lanes - k); };
-    for (int k = count - V::lanes; k >= 0; k -= V::lanes) { // sources last, so that they are still old
-        V largest = V::LoadU(at(k));
-        for (int j = 1; j < 8; ++j)
-            largest = Max(largest, V::Broadcast(power[j]) * V::LoadU(at(k) - direction * j));
-        largest.StoreU(at(k));
-    }
-    for (int k = 0; k < count; k += V::lanes)
-        Max(V::LoadU(at(k)), V::Broadcast(power[8]) * V::LoadU(at(k) - direction * 8)).StoreU(at(k));
-}
+constexpr double leastPowerBase = 1e-40;
 
+// From `first` on in `direction`, each value becomes the largest of itself and `factor`^j times the
+// value j before it. Within a vector by doubling steps, from vector to vector by its last value alone.
 template <class V, int direction>
 void Spread(double *first, double factor, int count) {
-    // The first ones, with eight or more behind them for the rest to look back to, one by one.
-    const int single = count < 16 ? count : 8 + count % 8;
-    for (int k = 0; k < single; ++k) {
+    constexpr int lanes = V::lanes;
+    double powers[lanes + 1] = {1.0};
+    for (int j = 1; j <= lanes; ++j)
+        powers[j] = powers[j - 1] * factor;
+    const V byLane = V::LoadU(powers + 1), byVector = V::Broadcast(powers[lanes]);
+    V carry = V::Broadcast(first[-direction]);
+    int k = 0;
+    for (; k + lanes <= count; k += lanes) {
+        double *at = direction > 0 ? first + k : first - k - (lanes - 1);
+        V values = direction > 0 ? V::LoadU(at) : Reverse(V::LoadU(at));
+        values = Max(values, V::Broadcast(factor) * ShiftUp<1>(values));
+        if constexpr (lanes >= 4)
+            values = Max(values, V::Broadcast(powers[2]) * ShiftUp<2>(values));
+        if constexpr (lanes >= 8)
+            values = Max(values, V::Broadcast(powers[4]) * ShiftUp<4>(values));
+        const V spread = Max(values, carry * byLane);
+        carry = Max(BroadcastLast(values), carry * byVector);
+        (direction > 0 ? spread : Reverse(spread)).StoreU(at);
+    }
+    for (; k < count; ++k) {
         double *value = first + direction * k;
         const double share = factor * value[-direction];
         *value = share > *value ? share : *value;
     }
-    SpreadBlocks<V, direction>(first + direction * single, factor, count - single);
 }
 
 template <class V>
@@ -51,14 +52,20 @@ void FollowReference(const FftEngine::ReferenceRows &rows, const FftEngine::Refe
     }
 }
 
+// 20 log10 of the ratio of magnitude to `lowest` times the floor, limited to 0 .. 3 dB. In this range
+// the series of the logarithm needs no exponent taken out: log r = 2 atanh((r - 1) / (r + 1)).
 template <class V>
-void SquaredExcess(const double *levelDb, const double *floor, double offsetDb, double *squares, int count) {
-    const V offset = V::Broadcast(offsetDb);
+void SquaredExcess(const double *magnitude, const double *floor, double lowest, double *squares, int count) {
+    constexpr double highestRatio = 1.4125375446227544; // 3 dB
+    constexpr double decibels = 17.371779276130073;     // 40 log10(e)
     for (int k = 0; k < count; k += V::lanes) {
-        const V floorDb = MulAdd(V::Broadcast(20.0), Log10(V::LoadU(floor + k)), offset);
-        const V excess = V::LoadU(levelDb + k) - floorDb;
-        const V limited = Min(Max(excess, V::Broadcast(0.0)), V::Broadcast(3.0));
-        (limited * limited).StoreU(squares + k);
+        const V low = V::Broadcast(lowest) * V::LoadU(floor + k);
+        const V high = V::Broadcast(highestRatio) * low;
+        const V limited = Min(Max(V::LoadU(magnitude + k), low), high);
+        const V s = (limited - low) / (limited + low);
+        const V z = s * s;
+        const V excess = V::Broadcast(decibels) * MulAdd(s * z, AtanhTail(z), s);
+        (excess * excess).StoreU(squares + k);
     }
 }
 
@@ -71,16 +78,19 @@ void DeviationFromSums(const double *sums, double windowBins, double *deviation,
 
 // The gain of a bin at the floor: the more noise-like and the steadier, the lower.
 template <class V>
-V GainAtFloor(V score, V activity, const FftEngine::GainStep &step) {
+QUIETFLOOR_INLINE V GainAtFloor(V score, V activity, const FftEngine::GainStep &step) {
     constexpr double steadyActivity = 0.1f; // widened: bins that vary less count as steady
     const V zero = V::Broadcast(0.0), one = V::Broadcast(1.0);
     const V binLevel = V::Broadcast(step.binLevel);
-    const V nearLevel = Max(zero, score / binLevel - V::Broadcast(0.85)) * V::Broadcast(6.666666666666666);
+    const V ratio = score * V::Broadcast(1.0 / step.binLevel);
+    const V nearLevel = Max(zero, ratio - V::Broadcast(0.85)) * V::Broadcast(6.666666666666666);
     const V byScore = (one - nearLevel) * V::Broadcast(step.reductionDb * 1.1);
     const auto isSteady = activity < V::Broadcast(steadyActivity);
     V cutDb = Select(binLevel > score, byScore, zero);
     if (Any(isSteady)) {
-        const V steadiness = one - Pow(activity * V::Broadcast(1.0 / steadyActivity), 1.6);
+        // A power of 0 would leave the short path; that of the least value is as good as 0.
+        const V share = Max(activity, V::Broadcast(leastPowerBase)) * V::Broadcast(1.0 / steadyActivity);
+        const V steadiness = one - Pow(share, 1.6);
         const V byActivity = steadiness * V::Broadcast(60.0 * (step.reductionDb / 30.0));
         cutDb = Select(isSteady, cutDb + byActivity, cutDb);
     }
@@ -89,7 +99,7 @@ V GainAtFloor(V score, V activity, const FftEngine::GainStep &step) {
 
 // Gain before smoothing: 1 from the floor up, a power-law knee below it, then the floor gain.
 template <class V>
-V KneeGain(V reference, V floor, V floorGain, double kneeRatio) {
+QUIETFLOOR_INLINE V KneeGain(V reference, V floor, V floorGain, double kneeRatio) {
     const V one = V::Broadcast(1.0);
     const V lower = V::Broadcast(kneeRatio) * floor;
     const V position = (reference - lower) / (floor - lower);
@@ -100,8 +110,9 @@ V KneeGain(V reference, V floor, V floorGain, double kneeRatio) {
 
 // How much of the old gain a falling gain keeps; the hold itself rises quickly and falls slowly.
 template <class V>
-V NextHold(V hold, V deviation, const FftEngine::GainStep &step) {
-    const V byDeviation = Max(Pow(deviation, step.deviationExponent), V::Broadcast(0.5));
+QUIETFLOOR_INLINE V NextHold(V hold, V deviation, const FftEngine::GainStep &step) {
+    const V base = Max(deviation, V::Broadcast(leastPowerBase));
+    const V byDeviation = Max(Pow(base, step.deviationExponent), V::Broadcast(0.5));
     const V target = Select(deviation > V::Broadcast(0.0), byDeviation, V::Broadcast(0.7));
     const V quick = MulAdd(V::Broadcast(0.9), target, V::Broadcast(0.1) * hold);
     const V slow =
@@ -137,9 +148,10 @@ template <class V>
 void ShapeOutput(const double *gain, const FftEngine::OutputCurve &curve, double *gainOut, int count) {
     const V floorOut = V::Broadcast(curve.floorOut), minOut = V::Broadcast(curve.minOut);
     const V high = V::Broadcast(curve.high), low = V::Broadcast(curve.low);
+    const V perWidth = V::Broadcast(1.0) / (high - low); // infinite where the range is empty and not used
     for (int k = 0; k < count; k += V::lanes) {
         const V g = V::LoadU(gain + k);
-        const V t = (g - low) / (high - low);
+        const V t = (g - low) * perWidth;
         const V between = MulAdd(V::Broadcast(1.0) - t, floorOut, t * g);
         const V below = Select(g > floorOut, floorOut, Max(g, minOut));
         Select(g > high, g, Select(g > low, between, below)).StoreU(gainOut + k);

@@ -13,7 +13,7 @@ constexpr double lowPassB1 = 0.03621344803260061;
 constexpr double lowPassA1 = -0.897499759420773;
 
 template <class V>
-V LowPass(V x, V &state) {
+QUIETFLOOR_INLINE V LowPass(V x, V &state) {
     const V previous = state;
     state = NegMulAdd(V::Broadcast(lowPassA1), previous, x);
     return MulAdd(V::Broadcast(lowPassB0), state, V::Broadcast(lowPassB1) * previous);
@@ -73,19 +73,20 @@ void ShareEvidence(const float *score, double binLevel, double *signalShare, dou
 }
 
 // Where enough evidence stands, the floor goes to the minimum plus threshold, but it rises no faster
-// than a rate that grows with how noise-like the bin is. A first floor is not limited.
+// than a rate that grows with how noise-like the bin is. A first floor is not limited. In dB, in which
+// the limit is a sum.
 template <class V>
-V UpdatedFloor(const FftEngine::EvidenceRows &rows, const FftEngine::EvidenceStep &step, V floor, V score,
-               int k) {
+QUIETFLOOR_INLINE V UpdatedFloorDb(const FftEngine::EvidenceRows &rows, const FftEngine::EvidenceStep &step,
+                                   V floor, V floorDb, V score, int k) {
     const V zero = V::Broadcast(0.0), one = V::Broadcast(1.0), lowLevel = V::Broadcast(-120.0);
     const V minimum = V::LoadU(rows.minLevelDb + k);
-    const V candidate = Exp10((minimum + V::Broadcast(step.thresholdDb)) * V::Broadcast(0.05));
+    const V candidate = minimum + V::Broadcast(step.thresholdDb);
     const V rate = V::Broadcast(step.trackerRate) + Max(lowLevel - minimum, zero);
     const V last = V::LoadU(rows.lastUpdatePos + k);
-    const V seconds = (V::Broadcast(step.position) - last) / V::Broadcast(step.sampleRate);
-    const V distance = one - score / V::Broadcast(step.binLevel);
+    const V seconds = (V::Broadcast(step.position) - last) * V::Broadcast(1.0 / step.sampleRate);
+    const V distance = one - score * V::Broadcast(1.0 / step.binLevel);
     const V rateDb = MulAdd(V::Broadcast(60.0), distance * distance * distance, rate);
-    const V limit = floor * Exp10(rateDb * seconds * V::Broadcast(0.05));
+    const V limit = MulAdd(rateDb, seconds, floorDb);
     return Select((last != zero) & (floor != zero), Min(candidate, limit), candidate);
 }
 
@@ -96,8 +97,8 @@ struct EvidenceState {
 
 // One bin's own share of this frame; tells which bins have gathered enough to move their floor.
 template <class V>
-typename V::Mask TakeOwnShare(EvidenceState<V> &state, V signalShare, V noiseShare,
-                              const FftEngine::EvidenceStep &step) {
+QUIETFLOOR_INLINE typename V::Mask TakeOwnShare(EvidenceState<V> &state, V signalShare, V noiseShare,
+                                                const FftEngine::EvidenceStep &step) {
     const V zero = V::Broadcast(0.0), half = V::Broadcast(0.5), one = V::Broadcast(1.0);
     const V target = V::Broadcast(step.evidenceTarget), position = V::Broadcast(step.position);
     const auto isSignal = signalShare > zero;
@@ -118,19 +119,19 @@ typename V::Mask TakeOwnShare(EvidenceState<V> &state, V signalShare, V noiseSha
     return isUpdate;
 }
 
+template <class V>
+struct FloorState {
+    V floor, floorDb; // linear, and 20 log10 of it
+};
+
 // A floor above the smoothed level plus threshold is pulled most of the way down at once.
 template <class V>
-typename V::Mask CapFloor(V smoothedDb, double thresholdDb, typename V::Mask isActive, V &floor, V &floorDb) {
-    const V threshold = V::Broadcast(thresholdDb);
-    const auto isAbove = isActive & (floorDb - threshold > smoothedDb);
-    if (Any(isAbove)) {
-        const V ceiling = Exp10((threshold + smoothedDb) * V::Broadcast(0.05));
-        const V pulled =
-            Max(MulAdd(V::Broadcast(0.85), ceiling, V::Broadcast(0.15) * floor), V::Broadcast(1e-6));
-        floor = Select(isAbove, pulled, floor);
-        floorDb = Select(isAbove, V::Broadcast(20.0) * Log10(pulled), floorDb);
-    }
-    return isAbove;
+QUIETFLOOR_INLINE void PullDown(FloorState<V> &state, typename V::Mask isAbove, V ceilingDb) {
+    const V ceiling = Exp10(ceilingDb * V::Broadcast(0.05));
+    const V pulled = MulAdd(V::Broadcast(0.85), ceiling, V::Broadcast(0.15) * state.floor);
+    const V floor = Max(pulled, V::Broadcast(1e-6));
+    state.floor = Select(isAbove, floor, state.floor);
+    state.floorDb = Select(isAbove, V::Broadcast(20.0) * Log10(floor), state.floorDb);
 }
 
 // The bins are walked upwards: a bin has its lower neighbour's share of this frame when its own turn
@@ -140,6 +141,7 @@ FftEngine::FloorChange MoveFloors(const FftEngine::EvidenceRows &rows, const Fft
                                   int count) {
     const V zero = V::Broadcast(0.0);
     const V signalPart = V::Broadcast(0.1), noisePart = V::Broadcast(0.15);
+    const V threshold = V::Broadcast(step.thresholdDb);
     FftEngine::FloorChange change{false, false};
     for (int k = 0; k < count; k += V::lanes) {
         const V signalShare = V::LoadU(rows.signalShare + k), noiseShare = V::LoadU(rows.noiseShare + k);
@@ -151,21 +153,24 @@ FftEngine::FloorChange MoveFloors(const FftEngine::EvidenceRows &rows, const Fft
         }
         const auto isUpdate = TakeOwnShare(state, signalShare, noiseShare, step);
 
-        V floor = V::LoadU(rows.noiseFloor + k), floorDb = V::LoadU(rows.floorDb + k);
+        FloorState<V> floors{V::LoadU(rows.noiseFloor + k), V::LoadU(rows.floorDb + k)};
         const bool isUpdated = Any(isUpdate);
         if (isUpdated) {
             const V score = V::LoadFloats(rows.score + k);
-            const V updated = UpdatedFloor(rows, step, floor, score, k);
-            floor = Select(isUpdate, updated, floor);
-            floorDb = Select(isUpdate, V::Broadcast(20.0) * Log10(updated), floorDb);
+            const V updatedDb = UpdatedFloorDb(rows, step, floors.floor, floors.floorDb, score, k);
+            floors.floor = Select(isUpdate, Exp10(updatedDb * V::Broadcast(0.05)), floors.floor);
+            floors.floorDb = Select(isUpdate, updatedDb, floors.floorDb);
             Select(isUpdate, score, V::LoadU(rows.binScore + k)).StoreU(rows.binScore + k);
         }
         const auto isActive = (signalShare > zero) | (noiseShare > zero);
-        const bool isCapped =
-            Any(CapFloor(V::LoadU(rows.smoothedDb + k), step.thresholdDb, isActive, floor, floorDb));
+        const V smoothedDb = V::LoadU(rows.smoothedDb + k);
+        const auto isAbove = isActive & (floors.floorDb - threshold > smoothedDb);
+        const bool isCapped = Any(isAbove);
+        if (isCapped)
+            PullDown(floors, isAbove, threshold + smoothedDb);
         if (isUpdated || isCapped) {
-            floor.StoreU(rows.noiseFloor + k);
-            floorDb.StoreU(rows.floorDb + k);
+            floors.floor.StoreU(rows.noiseFloor + k);
+            floors.floorDb.StoreU(rows.floorDb + k);
         }
         change.wasUpdated = change.wasUpdated || isUpdated;
         change.hasMoved = change.hasMoved || isUpdated || isCapped;
@@ -176,6 +181,21 @@ FftEngine::FloorChange MoveFloors(const FftEngine::EvidenceRows &rows, const Fft
         state.lastUpdatePos.StoreU(rows.lastUpdatePos + k);
     }
     return change;
+}
+
+template <class V>
+FftEngine::FloorCensus CountFloors(const double *noiseFloor, const double *floorDb, double audible,
+                                   double absent, int count) {
+    const V zero = V::Broadcast(0.0), one = V::Broadcast(1.0);
+    V sum = zero, audibleCount = zero, absentCount = zero;
+    for (int k = 0; k < count; k += V::lanes) {
+        const V floor = V::LoadU(noiseFloor + k);
+        const auto isAudible = floor > V::Broadcast(audible);
+        sum = sum + Select(isAudible, V::LoadU(floorDb + k), zero);
+        audibleCount = audibleCount + Select(isAudible, one, zero);
+        absentCount = absentCount + Select(floor < V::Broadcast(absent), one, zero);
+    }
+    return {Sum(sum), static_cast<int>(Sum(audibleCount)), static_cast<int>(Sum(absentCount))};
 }
 
 } // namespace

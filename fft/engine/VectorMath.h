@@ -2,44 +2,61 @@
 ///
 /// Each is accurate to a few units in the last place over the whole range of a double, subnormal
 /// arguments included, and answers 0, infinity and NaN as the C library does. The polynomials are
-/// Chebyshev fits whose errors lie below 3e-17 of the result.
+/// Chebyshev fits whose errors lie below 3e-17 of the result. Vectors of ordinary arguments take a
+/// short path; one argument out of the ordinary sends its vector down the long one.
 #ifndef QUIETFLOOR_FFT_ENGINE_VECTORMATH_H
 #define QUIETFLOOR_FFT_ENGINE_VECTORMATH_H
 
+#include "fft/engine/Inline.h"
 #include <cstdint>
 
 namespace {
 
+constexpr double smallestNormal = 0x1p-1022;
 constexpr std::int64_t infinityBits = 0x7ff0000000000000;
 constexpr std::int64_t nanBits = 0x7ff8000000000000;
 constexpr std::int64_t upperHalfBits = -(std::int64_t(1) << 27); // keeps 26 significant bits
 
 // To the nearest integer, for |x| < 2^51.
 template <class V>
-V RoundToInteger(V x) {
+QUIETFLOOR_INLINE V RoundToInteger(V x) {
     const V magic = V::Broadcast(0x1.8p52);
     return (x + magic) - magic;
 }
 
-// x = 2^exponent (1 + fraction), 1 + fraction from sqrt(1/2) to sqrt(2), for finite x > 0. The
-// fraction is exact.
+// x = 2^exponent (1 + fraction), 1 + fraction from sqrt(1/2) to sqrt(2), for normal x > 0. The fraction
+// is exact.
 template <class V>
-void Decompose(V x, V &exponent, V &fraction) {
+struct Decomposed {
+    V exponent, fraction;
+};
+
+template <class V>
+QUIETFLOOR_INLINE Decomposed<V> Decompose(V x) {
     constexpr std::int64_t one = 0x3ff0000000000000;
     constexpr std::int64_t rootHalf = 0x3fe6a09e667f3bcd;
-    const auto isSubnormal = x < V::Broadcast(0x1p-1022);
-    const V scaled = Select(isSubnormal, x * V::Broadcast(0x1p54), x);
-    const V shifted = AddBits(scaled, V::FromBits(one - rootHalf));
+    const V shifted = AddBits(x, V::FromBits(one - rootHalf));
     const V exponentBits = BitOr(ShiftRightBits<52>(shifted), V::Broadcast(0x1p52));
-    exponent = exponentBits -
-               Select(isSubnormal, V::Broadcast(0x1p52 + 1023.0 + 54.0), V::Broadcast(0x1p52 + 1023.0));
     const V mantissa = AddBits(BitAnd(shifted, V::FromBits(0x000fffffffffffff)), V::FromBits(rootHalf));
-    fraction = mantissa - V::Broadcast(1.0);
+    return {exponentBits - V::Broadcast(0x1p52 + 1023.0), mantissa - V::Broadcast(1.0)};
+}
+
+// The same for subnormal x too.
+template <class V>
+Decomposed<V> DecomposeAny(V x) {
+    const auto isSubnormal = x < V::Broadcast(smallestNormal);
+    const Decomposed<V> scaled = Decompose(Select(isSubnormal, x * V::Broadcast(0x1p54), x));
+    return {scaled.exponent - Select(isSubnormal, V::Broadcast(54.0), V::Broadcast(0.0)), scaled.fraction};
+}
+
+template <class V>
+QUIETFLOOR_INLINE bool AllNormal(V x) { // positive, neither subnormal nor infinite nor NaN
+    return !Any((x < V::Broadcast(smallestNormal)) | (x == V::FromBits(infinityBits)) | (x != x));
 }
 
 // (atanh(s) / s - 1) / s^2 for z = s^2, s = f / (2 + f): the tail of the series of log(1 + f).
 template <class V>
-V AtanhTail(V z) {
+QUIETFLOOR_INLINE V AtanhTail(V z) {
     const V z2 = z * z;
     const V z4 = z2 * z2;
     const V p01 = MulAdd(z, V::Broadcast(0.2000000000000044), V::Broadcast(0.3333333333333333));
@@ -51,34 +68,38 @@ V AtanhTail(V z) {
 
 // log(1 + f) = f - s (f - 2 z tail): f is exact, so only the small second term rounds.
 template <class V>
-V LogOfFraction(V f) {
+QUIETFLOOR_INLINE V LogOfFraction(V f) {
     const V s = f / (f + V::Broadcast(2.0));
     const V z = s * s;
     return NegMulAdd(s, NegMulAdd(z + z, AtanhTail(z), f), f);
 }
 
-// The answers that the formulas of a logarithm do not give by themselves.
+// The upper part of log10(2) has few enough bits that its product with an exponent is exact.
+constexpr double log10Of2High = 0x1.34413509f6000p-2, log10Of2Low = 3.694239077158931e-13;
+
 template <class V>
-V LogarithmAtLimits(V x, V result) {
+QUIETFLOOR_INLINE V Log10Of(Decomposed<V> x) {
+    const V logarithm = LogOfFraction(x.fraction) * V::Broadcast(0.4342944819032518);
+    const V low = MulAdd(x.exponent, V::Broadcast(log10Of2Low), logarithm);
+    return MulAdd(x.exponent, V::Broadcast(log10Of2High), low);
+}
+
+template <class V>
+V Log10AtLimits(V x) {
     const V infinity = V::FromBits(infinityBits);
-    result = Select(x == V::Broadcast(0.0), -infinity, result);
+    V result = Select(x == V::Broadcast(0.0), -infinity, Log10Of(DecomposeAny(x)));
     result = Select(x == infinity, x, result);
     return Select(x >= V::Broadcast(0.0), result, V::FromBits(nanBits));
 }
 
 template <class V>
-V Log10(V x) {
-    V exponent, f;
-    Decompose(x, exponent, f);
-    const V low = MulAdd(exponent, V::Broadcast(3.694239077158931e-13),
-                         LogOfFraction(f) * V::Broadcast(0.4342944819032518));
-    // The upper part of log10(2) has few enough bits that its product with the exponent is exact.
-    return LogarithmAtLimits(x, MulAdd(exponent, V::Broadcast(0x1.34413509f6000p-2), low));
+QUIETFLOOR_INLINE V Log10(V x) {
+    return AllNormal(x) ? Log10Of(Decompose(x)) : Log10AtLimits(x);
 }
 
-// 2^(n + u) for an integer n from -1100 to 1100 and |u| <= 0.5.
+// 2^u for |u| <= 0.5.
 template <class V>
-V ScaledExp2(V n, V u) {
+QUIETFLOOR_INLINE V Exp2OfFraction(V u) {
     const V u2 = u * u;
     const V u4 = u2 * u2;
     const V p01 = MulAdd(u, V::Broadcast(0.24022650695910097), V::Broadcast(0.6931471805599453));
@@ -87,41 +108,85 @@ V ScaledExp2(V n, V u) {
     const V p67 = MulAdd(u, V::Broadcast(1.3215442410711872e-06), V::Broadcast(1.525273382999124e-05));
     const V p89 = MulAdd(u, V::Broadcast(7.072621356539349e-09), V::Broadcast(1.0178062351388103e-07));
     const V high = MulAdd(u4, MulAdd(u2, V::Broadcast(4.4549794711760616e-10), p89), MulAdd(u2, p67, p45));
-    const V power = MulAdd(u, MulAdd(u4, high, MulAdd(u2, p23, p01)), V::Broadcast(1.0));
-    // In two steps, since 2^n alone may be out of range where the result is not.
+    return MulAdd(u, MulAdd(u4, high, MulAdd(u2, p23, p01)), V::Broadcast(1.0));
+}
+
+// 2^n for an integer n from -1022 to 1023.
+template <class V>
+QUIETFLOOR_INLINE V PowerOf2(V n) {
+    return ShiftLeftBits<52>(n + V::Broadcast(0x1.8p52 + 1023.0));
+}
+
+// 2^(n + u) for an integer n from -1100 to 1100, in two steps, since 2^n alone may be out of range.
+template <class V>
+V ScaledInSteps(V n, V u) {
     const V half = RoundToInteger(n * V::Broadcast(0.5));
-    const V bias = V::Broadcast(0x1.8p52 + 1023.0);
-    return power * ShiftLeftBits<52>(half + bias) * ShiftLeftBits<52>((n - half) + bias);
+    return Exp2OfFraction(u) * PowerOf2(half) * PowerOf2(n - half);
 }
 
 template <class V>
-V Exp10(V x) {
+QUIETFLOOR_INLINE bool AllWithin(V x, double limit) {
+    return !Any((x > V::Broadcast(limit)) | (x < V::Broadcast(-limit)) | (x != x));
+}
+
+// The argument of 2^u that is left of 10^x once 2^n has been taken out.
+template <class V>
+QUIETFLOOR_INLINE V Exp10Fraction(V x, V n) {
+    const V r = NegMulAdd(n, V::Broadcast(log10Of2Low), NegMulAdd(n, V::Broadcast(log10Of2High), x));
+    return r * V::Broadcast(3.321928094887362);
+}
+
+template <class V>
+V Exp10AtLimits(V x) {
     // Beyond these the result is infinity or 0 anyway. The order of operands lets a NaN pass.
     const V limited = Max(V::Broadcast(-330.0), Min(V::Broadcast(310.0), x));
     const V n = RoundToInteger(limited * V::Broadcast(3.321928094887362));
-    const V r = NegMulAdd(n, V::Broadcast(3.694239077158931e-13),
-                          NegMulAdd(n, V::Broadcast(0x1.34413509f6000p-2), limited));
-    return ScaledExp2(n, r * V::Broadcast(3.321928094887362));
+    return ScaledInSteps(n, Exp10Fraction(limited, n));
 }
 
-// x^y for x >= 0 and 0 < y <= 2. The exponent's integer part is multiplied exactly, so only the
-// logarithm of the fraction rounds, whatever the size of x.
 template <class V>
-V Pow(V x, double y) {
-    V exponent, f;
-    Decompose(x, exponent, f);
+QUIETFLOOR_INLINE V Exp10(V x) {
+    if (!AllWithin(x, 300.0))
+        return Exp10AtLimits(x);
+    const V n = RoundToInteger(x * V::Broadcast(3.321928094887362));
+    return Exp2OfFraction(Exp10Fraction(x, n)) * PowerOf2(n);
+}
+
+// log2 of x^y in two parts. The exponent's product with y is exact, so that only the logarithm of the
+// fraction rounds, whatever the size of x.
+template <class V>
+struct PowerLog2 {
+    V whole, rest;
+};
+
+template <class V>
+QUIETFLOOR_INLINE PowerLog2<V> Log2OfPower(Decomposed<V> x, double y) {
     const V power = V::Broadcast(y);
     const V powerHigh = BitAnd(power, V::FromBits(upperHalfBits));
-    const V whole = powerHigh * exponent;
-    const V rest =
-        MulAdd(power - powerHigh, exponent, power * (LogOfFraction(f) * V::Broadcast(1.4426950408889634)));
+    const V fraction = LogOfFraction(x.fraction) * V::Broadcast(1.4426950408889634);
+    return {powerHigh * x.exponent, MulAdd(power - powerHigh, x.exponent, power * fraction)};
+}
+
+template <class V>
+V PowAtLimits(V x, double y) {
+    const PowerLog2<V> log2 = Log2OfPower(DecomposeAny(x), y);
     // Beyond these the result is infinity or 0 anyway.
-    const V n = RoundToInteger(Max(V::Broadcast(-1100.0), Min(V::Broadcast(1030.0), whole + rest)));
-    const V u = Max(V::Broadcast(-0.5005), Min(V::Broadcast(0.5005), (whole - n) + rest));
-    V result = ScaledExp2(n, u);
-    result = Select(x == V::Broadcast(0.0), x, result);
+    const V n = RoundToInteger(Max(V::Broadcast(-1100.0), Min(V::Broadcast(1030.0), log2.whole + log2.rest)));
+    const V u = Max(V::Broadcast(-0.5005), Min(V::Broadcast(0.5005), (log2.whole - n) + log2.rest));
+    V result = Select(x == V::Broadcast(0.0), x, ScaledInSteps(n, u));
     result = Select(x == V::FromBits(infinityBits), x, result);
     return Select(x >= V::Broadcast(0.0), result, V::FromBits(nanBits));
+}
+
+// x^y for x >= 0 and 0 < y <= 2.
+template <class V>
+QUIETFLOOR_INLINE V Pow(V x, double y) {
+    // From 2^-500 to 2^500 no result leaves the range of normal numbers.
+    if (Any((x < V::Broadcast(0x1p-500)) | (x > V::Broadcast(0x1p500)) | (x != x)))
+        return PowAtLimits(x, y);
+    const PowerLog2<V> log2 = Log2OfPower(Decompose(x), y);
+    const V n = RoundToInteger(log2.whole + log2.rest);
+    return Exp2OfFraction((log2.whole - n) + log2.rest) * PowerOf2(n);
 }
 
 } // namespace

@@ -78,6 +78,12 @@ struct VectorD {
     }
 
     friend double Sum(VectorD a) { return _mm_cvtsd_f64(_mm_add_sd(a.v, _mm_unpackhi_pd(a.v, a.v))); }
+    template <int count>
+    friend VectorD ShiftUp(VectorD a) { // lanes move up by 1, zeros come in
+        static_assert(count == 1);
+        return {_mm_unpacklo_pd(_mm_setzero_pd(), a.v)};
+    }
+    friend VectorD BroadcastLast(VectorD a) { return {_mm_unpackhi_pd(a.v, a.v)}; }
     friend VectorD Reverse(VectorD a) { return {_mm_shuffle_pd(a.v, a.v, 1)}; }
     friend void Interleave(VectorD a, VectorD b, VectorD &low, VectorD &high) { // a0 b0 a1 b1 ...
         low = {_mm_unpacklo_pd(a.v, b.v)};
