@@ -2,16 +2,27 @@
 
 #include "fft/engine/Allocator.h"
 #include "fft/engine/Operations.h"
+#include "fft/engine/ProcessorLevel.h"
+
+#include <algorithm>
+
+// A build may name a lower slot than the last.
+#ifndef QUIETFLOOR_SLOT_LIMIT
+#define QUIETFLOOR_SLOT_LIMIT kAvx512Slot
+#endif
 
 namespace FftEngine {
 
-constinit std::int32_t CpuDispatchIndex = 0;
+constinit std::int32_t CpuDispatchIndex = kGenericSlot;
 
 namespace {
 
+const struct LevelChoice {
+    LevelChoice() { CpuDispatchIndex = HighestSlot(); }
+} choiceAtLoad;
+
 constexpr const EngineKernels *kernelsOfSlot[kDispatchSlots] = {
-    &kGenericKernels, &kGenericKernels, &kGenericKernels,
-    &kGenericKernels, &kGenericKernels, &kGenericKernels,
+    &kGenericKernels, &kGenericKernels, &kGenericKernels, &kGenericKernels, &kAvx2Kernels, &kAvx512Kernels,
 };
 
 template <class Function>
@@ -74,6 +85,10 @@ constexpr Table<EngineStatus(const float *, std::int32_t, float *, std::int32_t)
     {StdDevAtSlot<0>, StdDevAtSlot<1>, StdDevAtSlot<2>, StdDevAtSlot<3>, StdDevAtSlot<4>, StdDevAtSlot<5>}};
 
 } // namespace
+
+std::int32_t HighestSlot() {
+    return std::min<std::int32_t>(BestSlot(ReadProcessorWords()), QUIETFLOOR_SLOT_LIMIT);
+}
 
 const EngineKernels &KernelsOfSlot(std::int32_t slot) { return *kernelsOfSlot[slot]; }
 

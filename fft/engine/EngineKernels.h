@@ -39,7 +39,7 @@ struct EngineKernels {
     Moments (*moments)(const float *src, std::int32_t len, float origin);
 };
 
-extern const EngineKernels kGenericKernels;
+extern const EngineKernels kGenericKernels, kAvx2Kernels, kAvx512Kernels;
 
 } // namespace FftEngine
 

@@ -2,7 +2,15 @@
 #include "fft/engine/PerBinKernels.h"
 
 namespace FftEngine {
+namespace {
 
-const PerBinKernels &SelectedPerBinKernels() { return kGenericPerBinKernels; }
+constexpr const PerBinKernels *kernelsOfSlot[kDispatchSlots] = {
+    &kGenericPerBinKernels, &kGenericPerBinKernels, &kGenericPerBinKernels,
+    &kGenericPerBinKernels, &kAvx2PerBinKernels,    &kAvx512PerBinKernels,
+};
+
+} // namespace
+
+const PerBinKernels &SelectedPerBinKernels() { return *kernelsOfSlot[CpuDispatchIndex]; }
 
 } // namespace FftEngine
