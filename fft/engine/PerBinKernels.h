@@ -27,6 +27,7 @@ struct PackedSpectrumRows {
 /// Half a spectrum of a real signal and the complex transform of half its length that gives it back.
 struct RealInverseRows {
     const double *re, *im;               // X[k], k = 0 .. halfSize
+    const double *factor;                // real, on each X[k]
     const double *twiddleRe, *twiddleIm; // e^(2 pi i k / (2 halfSize)), k < halfSize
     double *packedRe, *packedIm;         // halfSize bins, whose inverse is x[2n] + i x[2n + 1]
 };
@@ -92,6 +93,12 @@ struct FloorChange {
     bool hasMoved;   // some floor is another one, by update or cap
 };
 
+/// The bins with an audible floor and the sum of their levels, and the bins without any.
+struct FloorCensus {
+    double sumDb;
+    int audible, absent;
+};
+
 /// What the analysis of 64 values needs, n = 0 .. 63.
 struct ModulationTables {
     float window[64];
@@ -116,8 +123,13 @@ struct ModulationStep {
 };
 
 struct PerBinKernels {
+    void (*ApplyWindow)(const float *samples, const double *window, double *frame, int count);
     void (*SplitPackedSpectrum)(const PackedSpectrumRows &rows, double scale, int halfSize);
     void (*PackRealInverse)(const RealInverseRows &rows, int halfSize);
+    /// Even and odd values side by side, `count` of each.
+    void (*InterleaveSamples)(const double *even, const double *odd, double *frame, int count);
+    /// output += frame * weight, each product limited to +-1e36 and rounded first, the sum in float.
+    void (*AddWeighted)(const double *frame, const double *weight, float *output, int count);
     /// 20 log10(magnitude) + offsetDb
     void (*LevelsDb)(const double *magnitude, double offsetDb, double *levelDb, int count);
     void (*FollowReference)(const ReferenceRows &rows, const ReferenceStep &step, int count);
@@ -125,8 +137,8 @@ struct PerBinKernels {
     /// at `first` and going up (down). The value before the first is read.
     void (*SpreadUp)(double *first, double factor, int count);
     void (*SpreadDown)(double *first, double factor, int count);
-    /// Square of the level's excess over floor + offset, the excess limited to 0 .. 3 dB.
-    void (*SquaredExcess)(const double *levelDb, const double *floor, double offsetDb, double *squares,
+    /// Square of the level's excess in dB over `lowest` times the floor, the excess limited to 0 .. 3.
+    void (*SquaredExcess)(const double *magnitude, const double *floor, double lowest, double *squares,
                           int count);
     /// sqrt(sum / windowBins) / 3
     void (*DeviationFromSums)(const double *sums, double windowBins, double *deviation, int count);
@@ -137,6 +149,8 @@ struct PerBinKernels {
     void (*ShareEvidence)(const float *score, double binLevel, double *signalShare, double *noiseShare,
                           int count);
     FloorChange (*MoveFloors)(const EvidenceRows &rows, const EvidenceStep &step, int count);
+    FloorCensus (*CountFloors)(const double *noiseFloor, const double *floorDb, double audible, double absent,
+                               int count);
     /// Takes one frame's magnitudes into row `position` of the rings.
     void (*FeedModulation)(const double *magnitude, bool isFirst, double *filterState, float *levels,
                            float *residuals, int count);
