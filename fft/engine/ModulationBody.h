@@ -35,22 +35,19 @@ VF InDouble(VF x, Function function) {
     return Narrow(function(low), function(high));
 }
 
-// Sample standard deviation of `length` values at `stride`, with double sums.
-template <class VF, class VD>
+// Sample standard deviation of `length` values at `stride`. Taken around the mean, floats lose nothing.
+template <class VF>
 VF StandardDeviation(const float *values, int stride, int length) {
-    const VD zero = VD::Broadcast(0.0);
-    VD sumLow = zero, sumHigh = zero, squaresLow = zero, squaresHigh = zero;
+    VF sum = VF::LoadU(values);
+    for (int i = 1; i < length; ++i)
+        sum = sum + VF::LoadU(values + i * stride);
+    const VF mean = sum * VF::Broadcast(1.0f / static_cast<float>(length));
+    VF squares = VF::Broadcast(0.0f);
     for (int i = 0; i < length; ++i) {
-        VD low, high;
-        Widen(VF::LoadU(values + i * stride), low, high);
-        sumLow = sumLow + low;
-        sumHigh = sumHigh + high;
-        squaresLow = MulAdd(low, low, squaresLow);
-        squaresHigh = MulAdd(high, high, squaresHigh);
+        const VF difference = VF::LoadU(values + i * stride) - mean;
+        squares = MulAdd(difference, difference, squares);
     }
-    const VD n = VD::Broadcast(length), degrees = VD::Broadcast(length * (length - 1));
-    return Narrow(Sqrt(Max(MulSub(n, squaresLow, sumLow * sumLow), zero) / degrees),
-                  Sqrt(Max(MulSub(n, squaresHigh, sumHigh * sumHigh), zero) / degrees));
+    return Sqrt(squares * VF::Broadcast(1.0f / static_cast<float>(length - 1)));
 }
 
 // `weight` of the old value where it is above the new one, `riseWeight` of it elsewhere.
@@ -130,7 +127,7 @@ VF Unevenness(const FftEngine::ModulationRows &rows, const FftEngine::Modulation
     const VF mean = sum * VF::Broadcast(0.03125f);
     const auto stretch = [&](int first, int length) {
         const VF deviation =
-            StandardDeviation<VF, VD>(rows.profile + first * step.stride + k, step.stride, length);
+            StandardDeviation<VF>(rows.profile + first * step.stride + k, step.stride, length);
         return VF::Broadcast(static_cast<float>(length - 1)) * (deviation * deviation);
     };
     const VF pooled = Sqrt((stretch(0, 8) + stretch(8, 16) + stretch(24, 8)) / VF::Broadcast(31.0f));
@@ -145,7 +142,7 @@ VF LevelVariability(const FftEngine::ModulationRows &rows, const FftEngine::Modu
     for (int i = 0; i < historyLength; ++i)
         sum = sum + VF::LoadU(rows.levelHistory + i * step.stride + k);
     const VF mean = sum / VF::Broadcast(static_cast<float>(historyLength));
-    const VF deviation = StandardDeviation<VF, VD>(rows.levelHistory + k, step.stride, historyLength);
+    const VF deviation = StandardDeviation<VF>(rows.levelHistory + k, step.stride, historyLength);
     const VF scaled = deviation / InDouble<VF, VD>(mean, [](VD x) { return Pow(x, 0.85); });
     return Select(mean > VF::Broadcast(1e-10f), scaled, deviation);
 }
