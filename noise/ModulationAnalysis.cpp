@@ -30,13 +30,16 @@ ModulationAnalyzer::ModulationAnalyzer() {
 BinAnalysis::BinAnalysis(int bins, const FftEngine::PerBinKernels &kernels)
     : Bins(bins), Stride(static_cast<int>(FftEngine::WholeVectors(bins))), Kernels(&kernels) {
     const std::size_t stride = FftEngine::WholeVectors(bins);
-    for (FftEngine::Row<float> *row : {&Score, &Activity, &SlowLevel0, &SlowLevel1})
+    for (FftEngine::Row<float> *row : {&Score, &Activity})
         row->assign(stride, 0.0f);
     FilterState.assign(stride, 0.0);
     LevelRing.assign(ringRows * stride, 0.0f);
     ResidualRing.assign(ringRows * stride, 0.0f);
     ModulationProfile.assign(profileRows * stride, 0.0f);
     LevelHistory.assign(historyRows * stride, 0.0f);
+    SlowLevel.assign(2 * stride, 0.0f);
+    SlowMagnitude.assign(2 * stride, 0.0f);
+    Magnitude.assign(profileRows * stride, 0.0f);
 }
 
 bool BinAnalysis::Analyze(const double *magnitude) noexcept {
@@ -49,10 +52,12 @@ bool BinAnalysis::Analyze(const double *magnitude) noexcept {
     if (Decimation != 0)
         return false;
 
-    const FftEngine::ModulationRows rows{LevelRing.data(),    ResidualRing.data(), ModulationProfile.data(),
-                                         LevelHistory.data(), SlowLevel0.data(),   SlowLevel1.data(),
-                                         Activity.data(),     Score.data()};
-    Kernels->AnalyzeModulation(rows, {&Analyzer.Tables, RingPos, HistoryPos, Stride, ActivityRef}, Bins);
+    Kernels->TransformModulation(
+        {LevelRing.data(), ResidualRing.data(), SlowMagnitude.data(), Magnitude.data()}, Analyzer.Tables,
+        RingPos, Stride, Bins);
+    Kernels->ScoreModulation({SlowMagnitude.data(), Magnitude.data(), SlowLevel.data(), LevelHistory.data(),
+                              ModulationProfile.data(), Activity.data(), Score.data()},
+                             {HistoryPos, ActivityRef}, Stride, Bins);
     HistoryPos = (HistoryPos + 1) % historyRows;
     Score[0] = Activity[0] = 0.0f;
     return true;

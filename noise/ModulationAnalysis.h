@@ -39,15 +39,19 @@ private:
 
     // Carried from frame to frame; nothing else clears them than a new object.
     bool Started = false;
-    FftEngine::Row<double> FilterState;           // of the low-pass whose output is the trend
-    FftEngine::Row<float> LevelRing;              // 64 rows: magnitudes
-    FftEngine::Row<float> ResidualRing;           // 64 rows: magnitude minus trend
-    FftEngine::Row<float> ModulationProfile;      // 32 rows: smoothed modulation magnitudes
-    FftEngine::Row<float> LevelHistory;           // 12 rows: sums of the slow levels
-    FftEngine::Row<float> SlowLevel0, SlowLevel1; // smoothed magnitudes of modulation bins 0 and 1
-    int RingPos = 0;                              // next row of both rings
-    int Decimation = 0;                           // calls modulo 8
-    int HistoryPos = 0;                           // next row of LevelHistory
+    FftEngine::Row<double> FilterState;      // of the low-pass whose output is the trend
+    FftEngine::Row<float> LevelRing;         // 64 rows: magnitudes
+    FftEngine::Row<float> ResidualRing;      // 64 rows: magnitude minus trend
+    FftEngine::Row<float> ModulationProfile; // 32 rows: smoothed modulation magnitudes
+    FftEngine::Row<float> LevelHistory;      // 12 rows: sums of the slow levels
+    FftEngine::Row<float> SlowLevel;         // 2 rows: smoothed magnitudes of modulation bins 0 and 1
+    int RingPos = 0;                         // next row of both rings
+    int Decimation = 0;                      // calls modulo 8
+    int HistoryPos = 0;                      // next row of LevelHistory
+
+    // Scratch of one analysis.
+    FftEngine::Row<float> SlowMagnitude; // 2 rows
+    FftEngine::Row<float> Magnitude;     // 32 rows
 };
 
 } // namespace quietfloor

@@ -106,19 +106,22 @@ struct ModulationTables {
     float cosine[64], sine[64];             // of 2 pi n / 64
 };
 
-/// The modulation analysis of all bins over their last 64 frames; rings are [position][bin].
-struct ModulationRows {
-    const float *levelRing, *residualRing;
-    float *profile;      // [32][bin]
-    float *levelHistory; // [12][bin]
-    float *slowLevel0, *slowLevel1;
+/// The modulation of all bins over their last 64 frames; every array is [entry][bin], entries `stride`
+/// apart.
+struct ModulationSpectrumRows {
+    const float *levelRing, *residualRing; // [64], the oldest at entry ringPos
+    float *slowMagnitude;                  // [2]: bins 0 and 1 of the level's windowed transform
+    float *magnitude;                      // [32]: bins 0 to 31 of the residual's
+};
+struct ModulationScoreRows {
+    const float *slowMagnitude, *magnitude;
+    float *slowLevel;    // [2]: smoothed slow magnitudes
+    float *levelHistory; // [12]: sums of the slow levels; entry historyPos is written
+    float *profile;      // [32]: smoothed magnitudes
     float *activity, *score;
 };
-struct ModulationStep {
-    const ModulationTables *tables;
-    int ringPos;    // oldest entry of the rings
-    int historyPos; // entry of levelHistory to be written
-    int stride;     // entries between two positions of a ring
+struct ModulationScoreStep {
+    int historyPos;
     float activityRef;
 };
 
@@ -154,7 +157,10 @@ struct PerBinKernels {
     /// Takes one frame's magnitudes into row `position` of the rings.
     void (*FeedModulation)(const double *magnitude, bool isFirst, double *filterState, float *levels,
                            float *residuals, int count);
-    void (*AnalyzeModulation)(const ModulationRows &rows, const ModulationStep &step, int count);
+    void (*TransformModulation)(const ModulationSpectrumRows &rows, const ModulationTables &tables,
+                                int ringPos, int stride, int count);
+    void (*ScoreModulation)(const ModulationScoreRows &rows, const ModulationScoreStep &step, int stride,
+                            int count);
 };
 
 extern const PerBinKernels kGenericPerBinKernels, kAvx2PerBinKernels, kAvx512PerBinKernels;

@@ -17,7 +17,7 @@ constexpr FftEngine::PerBinKernels PerBinKernelsOver() {
             SquaredExcess<D>,       DeviationFromSums<D>,   SmoothGain<D>,
             ShapeOutput<D>,         FollowLevel<D>,         ShareEvidence<D>,
             MoveFloors<D>,          CountFloors<D>,         FeedModulation<D>,
-            AnalyzeModulation<F, D>};
+            TransformModulation<F>, ScoreModulation<F, D>};
 }
 
 } // namespace
