@@ -115,7 +115,8 @@ TEST(SpectralCore, HistoryDelaysTheReference) {
             gain.front() = gain.back() = 0;
             mirror.ProcessFrame(record.magnitude.data(), levels[last].data(), gain.data(),
                                 levels[last < ago ? 0 : last - ago].data());
-            ASSERT_EQ(record.gain, gain) << history << " frame " << last;
+            ASSERT_TRUE(std::equal(gain.begin() + 1, gain.end() - 1, record.gain.begin() + 1))
+                << history << " frame " << last;
         }
         EXPECT_LT(record.gain[50], 0.5);
     }
