@@ -1,27 +1,42 @@
 #include "dsp/PreparedTransform.h"
 
+#include <bit>
 #include <new>
 
 namespace dsp {
+namespace {
 
-PreparedTransform::PreparedTransform(int points) : data(std::make_unique<FFTWORKINGDATA_D>(points)) {
-    const quietfloor::IppsFFTSpec_64f &prepared = *data->fftSpec;
-    std::int32_t bytes = 0;
-    if (FftEngine::FFTGetBufSize64f(prepared.spec, &bytes) != FftEngine::kEngineOk)
+std::shared_ptr<const FftEngine::FftSpec64f> MakeSpec(int points) {
+    FftEngine::FftSpec64f *spec = nullptr;
+    const int order = std::countr_zero(static_cast<unsigned>(points));
+    if (FftEngine::FFTInitComplex64f(&spec, order, FftEngine::kScaleNone, FftEngine::kHintAccurate) !=
+        FftEngine::kEngineOk)
         throw std::bad_alloc();
-    if (bytes > 0 && prepared.workBuffer == nullptr)
+    return {spec, FftEngine::FFTFreeComplex64f};
+}
+
+} // namespace
+
+PreparedTransform::PreparedTransform(int points) : spec(MakeSpec(points)) { AllocateWorkBuffer(); }
+
+PreparedTransform::PreparedTransform(const PreparedTransform &other) : spec(other.spec) {
+    AllocateWorkBuffer();
+}
+
+void PreparedTransform::AllocateWorkBuffer() {
+    std::int32_t bytes = 0;
+    FftEngine::FFTGetBufSize64f(spec.get(), &bytes);
+    workBuffer.reset(static_cast<std::uint8_t *>(FftEngine::EngineMalloc(bytes)));
+    if (bytes > 0 && workBuffer == nullptr)
         throw std::bad_alloc();
 }
 
-PreparedTransform::PreparedTransform(const PreparedTransform &other)
-    : PreparedTransform(other.data->fftSpec->size) {}
-
 void PreparedTransform::Forward(double *re, double *im) const noexcept {
-    FftEngine::FFTForwardComplex64f(re, im, re, im, data->fftSpec->spec, data->fftSpec->workBuffer);
+    FftEngine::FFTForwardComplex64f(re, im, re, im, spec.get(), workBuffer.get());
 }
 
 void PreparedTransform::Inverse(double *re, double *im) const noexcept {
-    FftEngine::FFTInverseComplex64f(re, im, re, im, data->fftSpec->spec, data->fftSpec->workBuffer);
+    FftEngine::FFTInverseComplex64f(re, im, re, im, spec.get(), workBuffer.get());
 }
 
 } // namespace dsp

@@ -4,16 +4,16 @@
 
 #include <memory>
 
-#include "fft/FFTWorkingData.h"
+#include "fft/engine/FftEngine.h"
 
 namespace dsp {
 
 class PreparedTransform {
 public:
-    /// For `points`, a power of two from 2 up. Throws std::bad_alloc if the engine lacks memory for
+    /// For `points`, a power of two from 1 up. Throws std::bad_alloc if the engine lacks memory for
     /// its tables or its work buffer.
     explicit PreparedTransform(int points);
-    /// Prepares the same length anew.
+    /// Shares the tables, so that a copy gives the same bits whatever level they were laid out for.
     PreparedTransform(const PreparedTransform &other);
     PreparedTransform &operator=(const PreparedTransform &) = delete;
 
@@ -23,7 +23,13 @@ public:
     void Inverse(double *re, double *im) const noexcept;
 
 private:
-    std::unique_ptr<FFTWORKINGDATA_D> data;
+    struct FreeBlock {
+        void operator()(std::uint8_t *block) const noexcept { FftEngine::EngineFree(block); }
+    };
+    std::shared_ptr<const FftEngine::FftSpec64f> spec;
+    std::unique_ptr<std::uint8_t, FreeBlock> workBuffer;
+
+    void AllocateWorkBuffer();
 };
 
 } // namespace dsp
