@@ -35,7 +35,7 @@ struct SingleChannelAdaptiveNoiseParams {
     Row<double> frameWindow;                      // N: on the frame that gets the gains
     Row<double> outputWeight;                     // what a synthesised frame is added with, in whole vectors
     Row<float> DitherTable;                       // ditherLength values, within +-1e-9
-    int historyCount = 1;     // the gains see the level spectrum of so many frames ago, 0 to 3
+    int historyCount = 1;     // the gains are for the spectrum of so many frames ago, 0 to 3
     bool adaptEnabled = true; // frames are analysed; otherwise the gains stay as they are
 
     // Carried from frame to frame.
@@ -47,7 +47,7 @@ struct SingleChannelAdaptiveNoiseParams {
     std::int64_t compInputPos = 0;  // samples that frames have taken
     std::int64_t compOutputPos = 0; // input position of the next output sample; negative at first
     std::uint64_t frameCount = 0;
-    std::array<Row<double>, 3> historySpectra; // H + 1 each: past level spectra, dB
+    std::array<Row<double>, 3> historySpectra; // H + 1 each: past magnitudes
     Row<double> gain;                          // H + 1: linear
     Row<double> xfmReal;                       // H + 1: the filter's transfer function, which is real
     std::optional<quietfloor::CNoiseRemover> noiseRemover;

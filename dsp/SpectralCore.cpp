@@ -71,27 +71,24 @@ void InvertSpectrum(SingleChannelAdaptiveNoiseParams &record, const double *fact
 
 } // namespace
 
+// The gains are for the spectrum of `historyCount` frames ago, in the first frame for its own.
 void SingleChannelAdaptiveNoise::EstimateGains(Record *record) {
-    record->gain.front() = record->gain.back() = 0.0;
     const auto count = static_cast<std::size_t>(record->historyCount);
-    // The gains are for the level spectrum of `historyCount` frames ago, in the first frame its own.
     if (record->frameCount == 0)
-        std::fill_n(record->historySpectra.begin(), count, record->levelSpectrum);
-    FftEngine::Row<double> *past = count != 0 ? &record->historySpectra[record->frameCount % count] : nullptr;
-    const double *reference = past != nullptr ? past->data() : record->levelSpectrum.data();
+        std::fill_n(record->historySpectra.begin(), count, record->magnitude);
+    Record::Row<double> &past =
+        count != 0 ? record->historySpectra[record->frameCount % count] : record->magnitude;
     if (record->noiseRemover)
         record->noiseRemover->ProcessFrame(record->magnitude.data(), record->levelSpectrum.data(),
-                                           record->gain.data(), reference);
-    if (past != nullptr && record->frameCount != 0)
-        *past = record->levelSpectrum;
+                                           record->gain.data(), past.data());
+    past = record->magnitude;
     if (record->geometry.filterMode)
         ComputeXfms(record, record->gain.data());
     ++record->frameCount;
 }
 
 // Filter mode adds the filtered hop and its tail, which overlaps the next ones. The other mode adds the
-// two hops in the middle of the frame, bin k with the gain of entry k, whose level came from bin k + 1;
-// DC and Nyquist pass unchanged.
+// two hops in the middle of the frame, bin k with the gain of entry k, whose level came from bin k + 1.
 void SingleChannelAdaptiveNoise::Convolve(Record *record) {
     const FrameGeometry &g = record->geometry;
     TransformFrames(*record);
@@ -101,7 +98,7 @@ void SingleChannelAdaptiveNoise::Convolve(Record *record) {
     if (g.filterMode) {
         InvertSpectrum(*record, record->xfmReal.data());
     } else {
-        record->gain.front() = record->gain.back() = 1.0;
+        record->gain.front() = record->gain.back() = 1.0; // DC and Nyquist pass unchanged
         InvertSpectrum(*record, record->gain.data());
     }
     const int start = g.filterMode ? 0 : g.fftSize / 2 - g.hopSize;

@@ -6,6 +6,7 @@
 namespace quietfloor {
 namespace {
 
+constexpr double levelOffset = 1.6982436524617444; // levelOffsetDb as a linear factor
 constexpr double gateDb = -110.0; // mean level that starts the tracking
 constexpr double lossDb = -140.0; // mean floor that ends it
 constexpr double riseMs = 10.0;   // time in which a rising reference moves by 60 dB
@@ -35,7 +36,7 @@ void CNoiseRemover::SetSettings(const NoiseRemoverSettings &given) noexcept {
 
 void CNoiseRemover::Reset() {
     const std::size_t count = FftEngine::WholeVectors(HalfSize + 1);
-    for (FftEngine::Row<double> *row : {&Reference, &Gain, &Deviation, &Hold, &Excess, &ExcessSums})
+    for (FftEngine::Row<double> *row : {&Reference, &Gain, &SquaredDeviation, &Hold, &Excess})
         row->assign(count, 0.0);
     Floor.assign(count, noFloor);
     Tracker.emplace(HalfSize, *Kernels);
@@ -97,9 +98,9 @@ void CNoiseRemover::LimitGains() noexcept {
 }
 
 void CNoiseRemover::ProcessFrame(const double *mag, const double *db, double *gainOut,
-                                 const double *refDb) noexcept {
+                                 const double *refMag) noexcept {
     if (Tracking) {
-        FollowReference(refDb, FollowTracker(mag, db));
+        FollowReference(refMag, FollowTracker(mag, db));
         MeasureDeviation(mag);
         SmoothGains();
         ShapeOutput(gainOut);
@@ -136,9 +137,9 @@ double CNoiseRemover::FollowTracker(const double *mag, const double *db) noexcep
     return Settings.TransientBoost ? FromDb(BoostDb) : 1.0;
 }
 
-void CNoiseRemover::FollowReference(const double *refDb, double boostFactor) noexcept {
-    Kernels->FollowReference({refDb, Reference.data()}, {boostFactor, FallCoef, RiseCoef, FirstFrame},
-                             HalfSize);
+void CNoiseRemover::FollowReference(const double *refMag, double boostFactor) noexcept {
+    const double scale = levelOffset * boostFactor;
+    Kernels->FollowReference({refMag, Reference.data()}, {scale, FallCoef, RiseCoef, FirstFrame}, HalfSize);
     Kernels->SpreadUp(Reference.data() + 2, spreading, HalfSize - 2);
     Kernels->SpreadDown(Reference.data() + HalfSize - 2, spreading, HalfSize - 2);
 }
@@ -153,24 +154,26 @@ void CNoiseRemover::MeasureDeviation(const double *mag) noexcept {
     const auto window = static_cast<std::size_t>(bins);
     if (2 * window < half) {
         Kernels->SquaredExcess(mag, Floor.data(), ExcessBase, Excess.data(), HalfSize);
-        SumExcess(window);
-        Kernels->DeviationFromSums(ExcessSums.data(), 2.0 * static_cast<double>(window), Deviation.data(),
-                                   HalfSize);
+        AverageExcess(window);
     }
-    const auto bin = [this](std::size_t k) { return Deviation.begin() + static_cast<std::ptrdiff_t>(k); };
-    std::fill(bin(1), bin(window), Deviation[window]);
+    const auto bin = [this](std::size_t k) {
+        return SquaredDeviation.begin() + static_cast<std::ptrdiff_t>(k);
+    };
+    std::fill(bin(1), bin(window), SquaredDeviation[window]);
     if (window < half)
-        std::fill(bin(half - window), bin(half), Deviation[half - window - 1]);
+        std::fill(bin(half - window), bin(half), SquaredDeviation[half - window - 1]);
 }
 
-// A running sum, since its cost must not grow with the window.
-void CNoiseRemover::SumExcess(std::size_t window) noexcept {
+// A running sum, since its cost must not grow with the window. The excess counts as a share of its
+// limit, 3 dB.
+void CNoiseRemover::AverageExcess(std::size_t window) noexcept {
+    const double scale = 1.0 / (2.0 * static_cast<double>(window) * 3.0 * 3.0);
     double sum = 0.0;
     for (std::size_t k = 1; k < 2 * window; ++k)
         sum += Excess[k];
     for (std::size_t k = 2 * window; k < static_cast<std::size_t>(HalfSize); ++k) {
         sum += Excess[k];
-        ExcessSums[k - window] = sum;
+        SquaredDeviation[k - window] = sum * scale;
         sum -= Excess[k - 2 * window + 1];
         if (sum < clearedSum)
             sum = 0.0;
@@ -182,7 +185,7 @@ void CNoiseRemover::SmoothGains() noexcept {
                                    Floor.data(),
                                    Tracker->BinScore.data(),
                                    Tracker->BinActivity.data(),
-                                   Deviation.data(),
+                                   SquaredDeviation.data(),
                                    Hold.data(),
                                    Gain.data()};
     const FftEngine::GainStep step{FloorGain,     Settings.ReductionDb, KneeRatio,     Tracker->BinLevel,

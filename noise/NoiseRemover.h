@@ -38,21 +38,21 @@ public:
     void Reset();
 
     /// One frame. All arrays have H + 1 entries: `mag` linear magnitudes, `db` their levels with
-    /// entries 0 and H at -200, `refDb` the levels of the frame to which the gains will apply.
+    /// entries 0 and H at -200, `refMag` the magnitudes of the frame to which the gains will apply.
     /// Writes gains to `gainOut`[1 .. H-2], and H-1 too while it passes everything through. Never
     /// allocates.
-    void ProcessFrame(const double *mag, const double *db, double *gainOut, const double *refDb) noexcept;
+    void ProcessFrame(const double *mag, const double *db, double *gainOut, const double *refMag) noexcept;
 
     // State that can be watched.
-    NoiseRemoverSettings Settings;    // derived
-    bool Tracking = false;            // a frame above -110 dB has come; gains are computed
-    double SamplePosition = 0.0;      // samples since the reset
-    double BoostDb = 0.0;             // transient boost that is left, 0 when inactive
-    FftEngine::Row<double> Reference; // smoothed linear magnitude per bin
-    FftEngine::Row<double> Floor;     // noise floor per bin, linear, spread over neighbours
-    FftEngine::Row<double> Gain;      // smoothed gain per bin, before the output curve
-    FftEngine::Row<double> Deviation; // local excess of the spectrum over the floor, 0 .. 1
-    FftEngine::Row<double> Hold;      // smoothing of falling gains per bin
+    NoiseRemoverSettings Settings;           // derived
+    bool Tracking = false;                   // a frame above -110 dB has come; gains are computed
+    double SamplePosition = 0.0;             // samples since the reset
+    double BoostDb = 0.0;                    // transient boost that is left, 0 when inactive
+    FftEngine::Row<double> Reference;        // smoothed linear magnitude per bin
+    FftEngine::Row<double> Floor;            // noise floor per bin, linear, spread over neighbours
+    FftEngine::Row<double> Gain;             // smoothed gain per bin, before the output curve
+    FftEngine::Row<double> SquaredDeviation; // of the local excess over the floor, mean square, 0 .. 1
+    FftEngine::Row<double> Hold;             // smoothing of falling gains per bin
     std::optional<CNoiseTracker> Tracker;
 
 private:
@@ -62,9 +62,9 @@ private:
     void LimitGains() noexcept;
     void OpenGate(const double *mag, const double *db) noexcept;
     double FollowTracker(const double *mag, const double *db) noexcept;
-    void FollowReference(const double *refDb, double boostFactor) noexcept;
+    void FollowReference(const double *refMag, double boostFactor) noexcept;
     void MeasureDeviation(const double *mag) noexcept;
-    void SumExcess(std::size_t window) noexcept;
+    void AverageExcess(std::size_t window) noexcept;
     void SmoothGains() noexcept;
     void ShapeOutput(double *gainOut) const noexcept;
     void RebuildFloor() noexcept;
@@ -90,8 +90,7 @@ private:
     bool FirstFrame = true;   // no frame has been processed with Tracking set since the reset
     bool FloorValid = false;  // Floor was rebuilt at the end of the previous frame
 
-    FftEngine::Row<double> Excess;     // scratch: squared excess per bin
-    FftEngine::Row<double> ExcessSums; // scratch: its running sums
+    FftEngine::Row<double> Excess; // scratch: squared excess per bin, dB^2
 };
 
 } // namespace quietfloor

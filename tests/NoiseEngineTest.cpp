@@ -15,10 +15,11 @@ namespace {
 class SpectrumSource {
 public:
     SpectrumSource(int halfSize, double unevenness)
-        : mag(halfSize + 1), db(halfSize + 1), previousDb(halfSize + 1), half(halfSize), depth(unevenness),
-          noise(halfSize + 1) {}
+        : mag(halfSize + 1), db(halfSize + 1), previousMag(halfSize + 1), previousDb(halfSize + 1),
+          half(halfSize), depth(unevenness), noise(halfSize + 1) {}
 
     void Next(double levelDb) {
+        previousMag = mag;
         previousDb = db;
         std::normal_distribution<double> normal;
         const bool isBurst = depth > 0.1 && frame / 15 % 10 == 8;
@@ -30,11 +31,13 @@ public:
             db[k] = plain::Db(mag[k]) + 4.6;
         }
         db[0] = db[half] = -200;
-        if (frame++ == 0)
+        if (frame++ == 0) {
+            previousMag = mag;
             previousDb = db;
+        }
     }
 
-    plain::Doubles mag, db, previousDb;
+    plain::Doubles mag, db, previousMag, previousDb;
     std::mt19937 random{7};
 
 private:
@@ -110,7 +113,7 @@ struct FlatEngine {
         std::fill(db.begin() + 1, db.end() - 1, levelDb);
         db.front() = db.back() = -200;
         for (int i = 0; i < frames; ++i)
-            engine.ProcessFrame(mag.data(), db.data(), gain.data(), db.data());
+            engine.ProcessFrame(mag.data(), db.data(), gain.data(), mag.data());
     }
 };
 
@@ -137,7 +140,7 @@ TEST(NoiseEngine, MeansWhatThePlainEngineSays) {
                 expected.Set(settings);
             }
             source.Next(frame < 5 ? -130 : frame / 400 == 1 ? c.middleDb : -50);
-            engine.ProcessFrame(source.mag.data(), source.db.data(), out.data(), source.previousDb.data());
+            engine.ProcessFrame(source.mag.data(), source.db.data(), out.data(), source.previousMag.data());
             expected.ProcessFrame(source.mag.data(), source.db.data(), expectedOut.data(),
                                   source.previousDb.data());
             ASSERT_EQ(engine.Tracking, expected.isTracking) << frame;

@@ -96,25 +96,25 @@ TEST(SpectralCore, LevelsStandOneBinDownAndGainsDoNot) {
     }
 }
 
-// The engine sees the levels of `historyCount` frames ago, or of the first frame.
+// The engine sees the spectrum of `historyCount` frames ago, or of the first frame.
 TEST(SpectralCore, HistoryDelaysTheReference) {
     for (const int history : {0, 1, 2, 3}) {
         Reducer reducer;
         auto &record = StreamInspector::Record(reducer);
         record.historyCount = history;
         quietfloor::CNoiseRemover mirror(*record.noiseRemover);
-        std::vector<FftEngine::Row<double>> levels;
+        std::vector<FftEngine::Row<double>> magnitudes;
         FftEngine::Row<double> gain(257, 1.0);
         const Samples noise = WhiteNoise(256 + 128 * 400, -40);
         Through(reducer, Samples(noise.begin(), noise.begin() + 128), 128);
         for (std::size_t at = 128; at < noise.size(); at += 128) {
             Through(reducer, Samples(noise.begin() + static_cast<std::ptrdiff_t>(at),
                                      noise.begin() + static_cast<std::ptrdiff_t>(at) + 128));
-            levels.push_back(record.levelSpectrum);
-            const std::size_t last = levels.size() - 1, ago = static_cast<std::size_t>(history);
+            magnitudes.push_back(record.magnitude);
+            const std::size_t last = magnitudes.size() - 1, ago = static_cast<std::size_t>(history);
             gain.front() = gain.back() = 0;
-            mirror.ProcessFrame(record.magnitude.data(), levels[last].data(), gain.data(),
-                                levels[last < ago ? 0 : last - ago].data());
+            mirror.ProcessFrame(magnitudes[last].data(), record.levelSpectrum.data(), gain.data(),
+                                magnitudes[last < ago ? 0 : last - ago].data());
             ASSERT_TRUE(std::equal(gain.begin() + 1, gain.end() - 1, record.gain.begin() + 1))
                 << history << " frame " << last;
         }

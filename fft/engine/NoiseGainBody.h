@@ -7,30 +7,48 @@
 
 namespace {
 
-constexpr double leastPowerBase = 1e-40;
+constexpr double leastPowerBase = 1e-40; // in the range of PowInRange
+
+// Within a vector each value becomes the largest of itself and factor^j times the value j lanes before.
+template <class V>
+QUIETFLOOR_INLINE V SpreadLanes(V values, const double *powers) {
+    values = Max(values, V::Broadcast(powers[1]) * ShiftUp<1>(values));
+    if constexpr (V::lanes >= 4)
+        values = Max(values, V::Broadcast(powers[2]) * ShiftUp<2>(values));
+    if constexpr (V::lanes >= 8)
+        values = Max(values, V::Broadcast(powers[4]) * ShiftUp<4>(values));
+    return values;
+}
+
+template <class V, int direction>
+QUIETFLOOR_INLINE double *LanesFrom(double *first, int k) {
+    return direction > 0 ? first + k : first - k - (V::lanes - 1);
+}
 
 // From `first` on in `direction`, each value becomes the largest of itself and `factor`^j times the
-// value j before it. Within a vector by doubling steps, from vector to vector by its last value alone.
+// value j before it. Only the last value of a group of vectors waits for that of the group before.
 template <class V, int direction>
 void Spread(double *first, double factor, int count) {
-    constexpr int lanes = V::lanes;
+    constexpr int lanes = V::lanes, group = 4;
     double powers[lanes + 1] = {1.0};
     for (int j = 1; j <= lanes; ++j)
         powers[j] = powers[j - 1] * factor;
     const V byLane = V::LoadU(powers + 1), byVector = V::Broadcast(powers[lanes]);
+    const V byGroup = byVector * byVector * byVector * byVector;
     V carry = V::Broadcast(first[-direction]);
     int k = 0;
-    for (; k + lanes <= count; k += lanes) {
-        double *at = direction > 0 ? first + k : first - k - (lanes - 1);
-        V values = direction > 0 ? V::LoadU(at) : Reverse(V::LoadU(at));
-        values = Max(values, V::Broadcast(factor) * ShiftUp<1>(values));
-        if constexpr (lanes >= 4)
-            values = Max(values, V::Broadcast(powers[2]) * ShiftUp<2>(values));
-        if constexpr (lanes >= 8)
-            values = Max(values, V::Broadcast(powers[4]) * ShiftUp<4>(values));
-        const V spread = Max(values, carry * byLane);
-        carry = Max(BroadcastLast(values), carry * byVector);
-        (direction > 0 ? spread : Reverse(spread)).StoreU(at);
+    for (; k + group * lanes <= count; k += group * lanes) {
+        V last = V::Broadcast(0.0), before = carry;
+        for (int g = 0; g < group; ++g) {
+            double *at = LanesFrom<V, direction>(first, k + g * lanes);
+            V values = SpreadLanes(direction > 0 ? V::LoadU(at) : Reverse(V::LoadU(at)), powers);
+            const V spread = Max(values, before * byLane);
+            (direction > 0 ? spread : Reverse(spread)).StoreU(at);
+            const V ownLast = BroadcastLast(values);
+            last = Max(ownLast, last * byVector);
+            before = Max(ownLast, before * byVector);
+        }
+        carry = Max(last, carry * byGroup);
     }
     for (; k < count; ++k) {
         double *value = first + direction * k;
@@ -41,10 +59,10 @@ void Spread(double *first, double factor, int count) {
 
 template <class V>
 void FollowReference(const FftEngine::ReferenceRows &rows, const FftEngine::ReferenceStep &step, int count) {
-    const V boost = V::Broadcast(step.boost), one = V::Broadcast(1.0);
+    const V scale = V::Broadcast(step.scale), one = V::Broadcast(1.0);
     const V fall = V::Broadcast(step.fallCoef), rise = V::Broadcast(step.riseCoef);
     for (int k = 0; k < count; k += V::lanes) {
-        const V level = Exp10(V::LoadU(rows.levelDb + k) * V::Broadcast(0.05)) * boost;
+        const V level = V::LoadU(rows.magnitude + k) * scale;
         const V old = V::LoadU(rows.reference + k);
         const V coef = Select(old > level, fall, rise);
         const V followed = MulAdd(one - coef, level, coef * old);
@@ -69,13 +87,6 @@ void SquaredExcess(const double *magnitude, const double *floor, double lowest, 
     }
 }
 
-template <class V>
-void DeviationFromSums(const double *sums, double windowBins, double *deviation, int count) {
-    const V perBin = V::Broadcast(1.0 / windowBins), third = V::Broadcast(1.0 / 3.0);
-    for (int k = 0; k < count; k += V::lanes)
-        (Sqrt(V::LoadU(sums + k) * perBin) * third).StoreU(deviation + k);
-}
-
 // The gain of a bin at the floor: the more noise-like and the steadier, the lower.
 template <class V>
 QUIETFLOOR_INLINE V GainAtFloor(V score, V activity, const FftEngine::GainStep &step) {
@@ -88,13 +99,13 @@ QUIETFLOOR_INLINE V GainAtFloor(V score, V activity, const FftEngine::GainStep &
     const auto isSteady = activity < V::Broadcast(steadyActivity);
     V cutDb = Select(binLevel > score, byScore, zero);
     if (Any(isSteady)) {
-        // A power of 0 would leave the short path; that of the least value is as good as 0.
+        // The power of the least base is as good as 0.
         const V share = Max(activity, V::Broadcast(leastPowerBase)) * V::Broadcast(1.0 / steadyActivity);
-        const V steadiness = one - Pow(share, 1.6);
+        const V steadiness = one - PowInRange(share, 1.6);
         const V byActivity = steadiness * V::Broadcast(60.0 * (step.reductionDb / 30.0));
         cutDb = Select(isSteady, cutDb + byActivity, cutDb);
     }
-    return Select(cutDb == zero, V::Broadcast(step.floorGain), Exp10(cutDb * V::Broadcast(-0.05)));
+    return Select(cutDb == zero, V::Broadcast(step.floorGain), Exp10InRange(cutDb * V::Broadcast(-0.05)));
 }
 
 // Gain before smoothing: 1 from the floor up, a power-law knee below it, then the floor gain.
@@ -103,17 +114,16 @@ QUIETFLOOR_INLINE V KneeGain(V reference, V floor, V floorGain, double kneeRatio
     const V one = V::Broadcast(1.0);
     const V lower = V::Broadcast(kneeRatio) * floor;
     const V position = (reference - lower) / (floor - lower);
-    const V power = position * Sqrt(Sqrt(position)); // ^1.25
-    const V inKnee = MulAdd(power, one - floorGain, floorGain);
+    const V inKnee = MulAdd(PowFiveQuarters(position), one - floorGain, floorGain);
     return Select(floor > reference, Select(reference >= lower, inKnee, floorGain), one);
 }
 
 // How much of the old gain a falling gain keeps; the hold itself rises quickly and falls slowly.
 template <class V>
-QUIETFLOOR_INLINE V NextHold(V hold, V deviation, const FftEngine::GainStep &step) {
-    const V base = Max(deviation, V::Broadcast(leastPowerBase));
-    const V byDeviation = Max(Pow(base, step.deviationExponent), V::Broadcast(0.5));
-    const V target = Select(deviation > V::Broadcast(0.0), byDeviation, V::Broadcast(0.7));
+QUIETFLOOR_INLINE V NextHold(V hold, V squaredDeviation, const FftEngine::GainStep &step) {
+    const V base = Max(squaredDeviation, V::Broadcast(leastPowerBase));
+    const V byDeviation = Max(PowInRange(base, 0.5 * step.deviationExponent), V::Broadcast(0.5));
+    const V target = Select(squaredDeviation > V::Broadcast(0.0), byDeviation, V::Broadcast(0.7));
     const V quick = MulAdd(V::Broadcast(0.9), target, V::Broadcast(0.1) * hold);
     const V slow =
         MulAdd(V::Broadcast(1.0 - step.holdSmoothing), target, V::Broadcast(step.holdSmoothing) * hold);
@@ -136,7 +146,7 @@ void SmoothGain(const FftEngine::GainRows &rows, const FftEngine::GainStep &step
         V hold = V::Broadcast(0.7), weight = V::Broadcast(0.30000000000000004); // 1 - 0.7 in double
         if (step.usesDeviation && Any(falls)) {
             const V oldHold = V::LoadU(rows.hold + k);
-            hold = NextHold(oldHold, V::LoadU(rows.deviation + k), step);
+            hold = NextHold(oldHold, V::LoadU(rows.squaredDeviation + k), step);
             weight = one - hold;
             Select(falls, hold, oldHold).StoreU(rows.hold + k);
         }

@@ -33,11 +33,11 @@ struct RealInverseRows {
 };
 
 struct ReferenceRows {
-    const double *levelDb; // of the spectrum to which the gains will apply
-    double *reference;     // smoothed linear magnitude
+    const double *magnitude; // of the spectrum to which the gains will apply
+    double *reference;       // smoothed and scaled
 };
 struct ReferenceStep {
-    double boost;              // linear factor on the level
+    double scale;              // on the magnitudes
     double fallCoef, riseCoef; // weight of the old value where the level is below or above it
     bool isFirst;              // take the level as it is
 };
@@ -45,9 +45,9 @@ struct ReferenceStep {
 struct GainRows {
     const double *reference, *floor; // linear magnitudes
     const double *binScore, *binActivity;
-    const double *deviation; // 0 .. 1
-    double *hold;            // weight of the old gain where gains fall
-    double *gain;            // linear
+    const double *squaredDeviation; // 0 .. 1
+    double *hold;                   // weight of the old gain where gains fall
+    double *gain;                   // linear
 };
 struct GainStep {
     double floorGain;   // linear gain of noise
@@ -143,8 +143,6 @@ struct PerBinKernels {
     /// Square of the level's excess in dB over `lowest` times the floor, the excess limited to 0 .. 3.
     void (*SquaredExcess)(const double *magnitude, const double *floor, double lowest, double *squares,
                           int count);
-    /// sqrt(sum / windowBins) / 3
-    void (*DeviationFromSums)(const double *sums, double windowBins, double *deviation, int count);
     void (*SmoothGain)(const GainRows &rows, const GainStep &step, int count);
     void (*ShapeOutput)(const double *gain, const OutputCurve &curve, double *gainOut, int count);
     /// Returns the sum of squared rises of the level since the previous frame.

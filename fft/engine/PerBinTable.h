@@ -11,13 +11,13 @@ namespace {
 
 template <class F, class D>
 constexpr FftEngine::PerBinKernels PerBinKernelsOver() {
-    return {ApplyWindow<D>,         SplitPackedSpectrum<D>, PackRealInverse<D>,
-            InterleaveSamples<D>,   AddWeighted<F, D>,      LevelsDb<D>,
-            FollowReference<D>,     Spread<D, 1>,           Spread<D, -1>,
-            SquaredExcess<D>,       DeviationFromSums<D>,   SmoothGain<D>,
-            ShapeOutput<D>,         FollowLevel<D>,         ShareEvidence<D>,
-            MoveFloors<D>,          CountFloors<D>,         FeedModulation<D>,
-            TransformModulation<F>, ScoreModulation<F, D>};
+    return {ApplyWindow<D>,       SplitPackedSpectrum<D>, PackRealInverse<D>,
+            InterleaveSamples<D>, AddWeighted<F, D>,      LevelsDb<D>,
+            FollowReference<D>,   Spread<D, 1>,           Spread<D, -1>,
+            SquaredExcess<D>,     SmoothGain<D>,          ShapeOutput<D>,
+            FollowLevel<D>,       ShareEvidence<D>,       MoveFloors<D>,
+            CountFloors<D>,       FeedModulation<D>,      TransformModulation<F>,
+            ScoreModulation<F, D>};
 }
 
 } // namespace

@@ -57,6 +57,9 @@ struct VectorD {
     friend VectorD AddBits(VectorD a, VectorD b) {
         return {_mm256_castsi256_pd(_mm256_add_epi64(_mm256_castpd_si256(a.v), _mm256_castpd_si256(b.v)))};
     }
+    friend VectorD SubtractBits(VectorD a, VectorD b) {
+        return {_mm256_castsi256_pd(_mm256_sub_epi64(_mm256_castpd_si256(a.v), _mm256_castpd_si256(b.v)))};
+    }
     template <int count>
     friend VectorD ShiftLeftBits(VectorD a) {
         return {_mm256_castsi256_pd(_mm256_slli_epi64(_mm256_castpd_si256(a.v), count))};

@@ -55,6 +55,9 @@ struct VectorD {
     friend VectorD AddBits(VectorD a, VectorD b) {
         return {_mm512_castsi512_pd(_mm512_add_epi64(_mm512_castpd_si512(a.v), _mm512_castpd_si512(b.v)))};
     }
+    friend VectorD SubtractBits(VectorD a, VectorD b) {
+        return {_mm512_castsi512_pd(_mm512_sub_epi64(_mm512_castpd_si512(a.v), _mm512_castpd_si512(b.v)))};
+    }
     template <int count>
     friend VectorD ShiftLeftBits(VectorD a) {
         return {_mm512_castsi512_pd(_mm512_slli_epi64(_mm512_castpd_si512(a.v), count))};

@@ -144,12 +144,16 @@ V Exp10AtLimits(V x) {
     return ScaledInSteps(n, Exp10Fraction(limited, n));
 }
 
+// 10^x for -300 <= x <= 300.
 template <class V>
-QUIETFLOOR_INLINE V Exp10(V x) {
-    if (!AllWithin(x, 300.0))
-        return Exp10AtLimits(x);
+QUIETFLOOR_INLINE V Exp10InRange(V x) {
     const V n = RoundToInteger(x * V::Broadcast(3.321928094887362));
     return Exp2OfFraction(Exp10Fraction(x, n)) * PowerOf2(n);
+}
+
+template <class V>
+QUIETFLOOR_INLINE V Exp10(V x) {
+    return AllWithin(x, 300.0) ? Exp10InRange(x) : Exp10AtLimits(x);
 }
 
 // log2 of x^y in two parts. The exponent's product with y is exact, so that only the logarithm of the
@@ -163,8 +167,8 @@ template <class V>
 QUIETFLOOR_INLINE PowerLog2<V> Log2OfPower(Decomposed<V> x, double y) {
     const V power = V::Broadcast(y);
     const V powerHigh = BitAnd(power, V::FromBits(upperHalfBits));
-    const V fraction = LogOfFraction(x.fraction) * V::Broadcast(1.4426950408889634);
-    return {powerHigh * x.exponent, MulAdd(power - powerHigh, x.exponent, power * fraction)};
+    const V fraction = LogOfFraction(x.fraction) * V::Broadcast(1.4426950408889634 * y);
+    return {powerHigh * x.exponent, MulAdd(power - powerHigh, x.exponent, fraction)};
 }
 
 template <class V>
@@ -178,15 +182,35 @@ V PowAtLimits(V x, double y) {
     return Select(x >= V::Broadcast(0.0), result, V::FromBits(nanBits));
 }
 
-// x^y for x >= 0 and 0 < y <= 2.
+// x^y for 2^-500 <= x <= 2^500 and 0 < y <= 2, where no result leaves the range of normal numbers.
 template <class V>
-QUIETFLOOR_INLINE V Pow(V x, double y) {
-    // From 2^-500 to 2^500 no result leaves the range of normal numbers.
-    if (Any((x < V::Broadcast(0x1p-500)) | (x > V::Broadcast(0x1p500)) | (x != x)))
-        return PowAtLimits(x, y);
+QUIETFLOOR_INLINE V PowInRange(V x, double y) {
     const PowerLog2<V> log2 = Log2OfPower(Decompose(x), y);
     const V n = RoundToInteger(log2.whole + log2.rest);
     return Exp2OfFraction((log2.whole - n) + log2.rest) * PowerOf2(n);
+}
+
+// x^y for x >= 0 and 0 < y <= 2.
+template <class V>
+QUIETFLOOR_INLINE V Pow(V x, double y) {
+    const auto isBeyond = (x < V::Broadcast(0x1p-500)) | (x > V::Broadcast(0x1p500)) | (x != x);
+    return Any(isBeyond) ? PowAtLimits(x, y) : PowInRange(x, y);
+}
+
+// x^1.25 for x from 0 (which counts as 1e-60) to 1, as x^2 times the third power of x^-0.25: that by Newton's
+// method from a guess that quarters the exponent. Square roots and divisions would keep the divider busy four
+// times as long.
+template <class V>
+QUIETFLOOR_INLINE V PowFiveQuarters(V x) {
+    constexpr std::int64_t guess = 0x4feb100000000000; // a quarter of x's bits off it: x^-0.25 to 3 %
+    x = Max(x, V::Broadcast(1e-60));
+    const V quarter = V::Broadcast(0.25) * x;
+    V root = SubtractBits(V::FromBits(guess), ShiftRightBits<2>(x));
+    for (int step = 0; step < 4; ++step) {
+        const V square = root * root;
+        root = root * NegMulAdd(quarter, square * square, V::Broadcast(1.25));
+    }
+    return (x * x) * (root * root * root);
 }
 
 } // namespace

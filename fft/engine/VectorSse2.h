@@ -68,6 +68,9 @@ struct VectorD {
     friend VectorD AddBits(VectorD a, VectorD b) { // as 64-bit integers
         return {_mm_castsi128_pd(_mm_add_epi64(_mm_castpd_si128(a.v), _mm_castpd_si128(b.v)))};
     }
+    friend VectorD SubtractBits(VectorD a, VectorD b) {
+        return {_mm_castsi128_pd(_mm_sub_epi64(_mm_castpd_si128(a.v), _mm_castpd_si128(b.v)))};
+    }
     template <int count>
     friend VectorD ShiftLeftBits(VectorD a) {
         return {_mm_castsi128_pd(_mm_slli_epi64(_mm_castpd_si128(a.v), count))};
