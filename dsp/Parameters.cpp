@@ -14,7 +14,7 @@ constexpr ParameterInfo parameters[parameterCount] = {
     {"bandwidth", "Hz", 100.0f, 0.0f, 500.0f, true,
      "width of the local comparison with the noise floor; 0 turns it off"},
     {"fft-size", "samples", 512.0f, 0x1.fe001ap+6f, 16384.5f, true,
-     "FFT size, a power of two from 64 to 16384"},
+     "FFT size; the nearest power of two is taken"},
     {"overlap", "", 2.0f, 0x1.80068ep+0f, 0x1.0fff2ep+3f, false, "read back: frames per FFT size"},
     {"knee", "dB", 14.0f, 1.0f, 20.0f, true, "width of the knee between kept and reduced"},
     {"release", "ms", 140.0f, 20.0f, 750.0f, true, "fall time of the level smoothing"},

@@ -223,7 +223,8 @@ void CNoiseRemover::RebuildFloor() noexcept {
 void CNoiseRemover::DecayBoost() noexcept {
     if (BoostDb == 0.0)
         return;
-    const double framesPerSecond = static_cast<double>(SampleRate) / (FFTSize / HopSize);
+    const int wholeOverlap = FFTSize / HopSize;
+    const double framesPerSecond = static_cast<double>(SampleRate) / wholeOverlap;
     BoostDb = std::max(0.0, BoostDb - 60000.0 / boostDecayTime / framesPerSecond);
 }
 
