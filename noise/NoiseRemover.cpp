@@ -7,9 +7,9 @@ namespace quietfloor {
 namespace {
 
 constexpr double levelOffset = 1.6982436524617444; // levelOffsetDb as a linear factor
-constexpr double gateDb = -110.0; // mean level that starts the tracking
-constexpr double lossDb = -140.0; // mean floor that ends it
-constexpr double riseMs = 10.0;   // time in which a rising reference moves by 60 dB
+constexpr double gateDb = -110.0;                  // mean level that starts the tracking
+constexpr double lossDb = -140.0;                  // mean floor that ends it
+constexpr double riseMs = 10.0;                    // time in which a rising reference moves by 60 dB
 constexpr double boostDecayTime = 40.0;
 constexpr double boostScale = 3.0;
 constexpr double boostTrigger = 0.7;
@@ -36,7 +36,8 @@ void CNoiseRemover::SetSettings(const NoiseRemoverSettings &given) noexcept {
 
 void CNoiseRemover::Reset() {
     const std::size_t count = FftEngine::WholeVectors(HalfSize + 1);
-    for (FftEngine::Row<double> *row : {&Reference, &Gain, &SquaredDeviation, &Hold, &Excess})
+    for (FftEngine::Row<double> *row :
+         {&Reference, &Gain, &SquaredDeviation, &Hold, &Excess, &FloorGains, &NextHold})
         row->assign(count, 0.0);
     Floor.assign(count, noFloor);
     Tracker.emplace(HalfSize, *Kernels);
@@ -187,7 +188,9 @@ void CNoiseRemover::SmoothGains() noexcept {
                                    Tracker->BinActivity.data(),
                                    SquaredDeviation.data(),
                                    Hold.data(),
-                                   Gain.data()};
+                                   Gain.data(),
+                                   FloorGains.data(),
+                                   NextHold.data()};
     const FftEngine::GainStep step{FloorGain,     Settings.ReductionDb, KneeRatio,     Tracker->BinLevel,
                                    holdSmoothing, deviationExponent,    BandCount != 0};
     Kernels->SmoothGain(rows, step, HalfSize);

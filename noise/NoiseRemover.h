@@ -90,7 +90,10 @@ private:
     bool FirstFrame = true;   // no frame has been processed with Tracking set since the reset
     bool FloorValid = false;  // Floor was rebuilt at the end of the previous frame
 
-    FftEngine::Row<double> Excess; // scratch: squared excess per bin, dB^2
+    // Scratch of one frame.
+    FftEngine::Row<double> Excess;     // squared excess of the level per bin, dB^2
+    FftEngine::Row<double> FloorGains; // gain of a bin that is at the floor
+    FftEngine::Row<double> NextHold;   // Hold of the bins whose gain falls
 };
 
 } // namespace quietfloor

@@ -7,6 +7,7 @@
 
 namespace {
 
+constexpr double fixedHold = 0.7;        // where nothing deviates
 constexpr double leastPowerBase = 1e-40; // in the range of PowInRange
 
 // Within a vector each value becomes the largest of itself and factor^j times the value j lanes before.
@@ -121,9 +122,13 @@ QUIETFLOOR_INLINE V KneeGain(V reference, V floor, V floorGain, double kneeRatio
 // How much of the old gain a falling gain keeps; the hold itself rises quickly and falls slowly.
 template <class V>
 QUIETFLOOR_INLINE V NextHold(V hold, V squaredDeviation, const FftEngine::GainStep &step) {
-    const V base = Max(squaredDeviation, V::Broadcast(leastPowerBase));
-    const V byDeviation = Max(PowInRange(base, 0.5 * step.deviationExponent), V::Broadcast(0.5));
-    const V target = Select(squaredDeviation > V::Broadcast(0.0), byDeviation, V::Broadcast(0.7));
+    V target = V::Broadcast(fixedHold);
+    const auto deviates = squaredDeviation > V::Broadcast(0.0);
+    if (Any(deviates)) {
+        const V base = Max(squaredDeviation, V::Broadcast(leastPowerBase));
+        const V byDeviation = Max(PowInRange(base, 0.5 * step.deviationExponent), V::Broadcast(0.5));
+        target = Select(deviates, byDeviation, target);
+    }
     const V quick = MulAdd(V::Broadcast(0.9), target, V::Broadcast(0.1) * hold);
     const V slow =
         MulAdd(V::Broadcast(1.0 - step.holdSmoothing), target, V::Broadcast(step.holdSmoothing) * hold);
@@ -131,26 +136,38 @@ QUIETFLOOR_INLINE V NextHold(V hold, V squaredDeviation, const FftEngine::GainSt
 }
 
 template <class V>
-void SmoothGain(const FftEngine::GainRows &rows, const FftEngine::GainStep &step, int count) {
-    const V one = V::Broadcast(1.0);
+void FindGainsAtFloor(const FftEngine::GainRows &rows, const FftEngine::GainStep &step, int count) {
+    for (int k = 0; k < count; k += V::lanes)
+        if (Any(V::LoadU(rows.floor + k) > V::LoadU(rows.reference + k)))
+            GainAtFloor(V::LoadU(rows.binScore + k), V::LoadU(rows.binActivity + k), step)
+                .StoreU(rows.floorGain + k);
+}
+
+template <class V>
+void FindHolds(const FftEngine::GainRows &rows, const FftEngine::GainStep &step, int count) {
     for (int k = 0; k < count; k += V::lanes) {
-        const V reference = V::LoadU(rows.reference + k), floor = V::LoadU(rows.floor + k);
-        V target = one;
-        if (Any(floor > reference)) {
-            const V floorGain =
-                GainAtFloor(V::LoadU(rows.binScore + k), V::LoadU(rows.binActivity + k), step);
-            target = KneeGain(reference, floor, floorGain, step.kneeRatio);
-        }
-        const V old = V::LoadU(rows.gain + k);
+        V hold = V::Broadcast(fixedHold);
+        if (step.usesDeviation)
+            hold = NextHold(V::LoadU(rows.hold + k), V::LoadU(rows.squaredDeviation + k), step);
+        hold.StoreU(rows.nextHold + k);
+    }
+}
+
+// In three passes: the chains of dependent operations are long, and the processor overlaps more bins of
+// a short loop than of a long one.
+template <class V>
+void SmoothGain(const FftEngine::GainRows &rows, const FftEngine::GainStep &step, int count) {
+    FindGainsAtFloor<V>(rows, step, count);
+    FindHolds<V>(rows, step, count);
+    for (int k = 0; k < count; k += V::lanes) {
+        const V target = KneeGain(V::LoadU(rows.reference + k), V::LoadU(rows.floor + k),
+                                  V::LoadU(rows.floorGain + k), step.kneeRatio);
+        const V old = V::LoadU(rows.gain + k), hold = V::LoadU(rows.nextHold + k);
         const auto falls = target <= old;
-        V hold = V::Broadcast(0.7), weight = V::Broadcast(0.30000000000000004); // 1 - 0.7 in double
-        if (step.usesDeviation && Any(falls)) {
-            const V oldHold = V::LoadU(rows.hold + k);
-            hold = NextHold(oldHold, V::LoadU(rows.squaredDeviation + k), step);
-            weight = one - hold;
-            Select(falls, hold, oldHold).StoreU(rows.hold + k);
-        }
-        Select(falls, MulAdd(weight, target, hold * old), target).StoreU(rows.gain + k);
+        if (step.usesDeviation)
+            Select(falls, hold, V::LoadU(rows.hold + k)).StoreU(rows.hold + k);
+        const V fallen = MulAdd(V::Broadcast(1.0) - hold, target, hold * old);
+        Select(falls, fallen, target).StoreU(rows.gain + k);
     }
 }
 

@@ -48,6 +48,7 @@ struct GainRows {
     const double *squaredDeviation; // 0 .. 1
     double *hold;                   // weight of the old gain where gains fall
     double *gain;                   // linear
+    double *floorGain, *nextHold;   // scratch
 };
 struct GainStep {
     double floorGain;   // linear gain of noise
