@@ -23,7 +23,7 @@ CNoiseTracker::CNoiseTracker(int bins, const FftEngine::PerBinKernels &kernels)
     : Bins(bins), Kernels(&kernels), Records(bins, kernels) {
     const std::size_t count = FftEngine::WholeVectors(bins);
     for (FftEngine::Row<double> *row : {&NoiseFloor, &BinScore, &BinActivity, &LevelState, &MinLevelDb,
-                                        &Evidence, &SignalCount, &LastUpdatePos, &SmoothedDb})
+                                        &Evidence, &SignalCount, &LastUpdatePos, &SmoothedDb, &IsUpdated})
         row->assign(count, 0.0);
     PrevDb.assign(count, -145.0);
     FloorDb.assign(count, -std::numeric_limits<double>::infinity());
@@ -92,7 +92,8 @@ FftEngine::FloorChange CNoiseTracker::MoveFloors() noexcept {
                                        LastUpdatePos.data(),
                                        NoiseFloor.data(),
                                        FloorDb.data(),
-                                       BinScore.data()};
+                                       BinScore.data(),
+                                       IsUpdated.data()};
     const double target = Settings.EvidenceTarget;
     const FftEngine::EvidenceStep step{BinLevel,
                                        target,

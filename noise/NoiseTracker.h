@@ -68,6 +68,7 @@ private:
 
     // Scratch of one update.
     FftEngine::Row<double> SmoothedDb;
+    FftEngine::Row<double> IsUpdated; // 1 where the floor is updated
 };
 
 } // namespace quietfloor

@@ -82,6 +82,7 @@ struct EvidenceRows {
     double *evidence, *signalCount, *lastUpdatePos;
     double *noiseFloor, *floorDb; // linear, and 20 log10 of it
     double *binScore;
+    double *isUpdated; // scratch: 1 where a floor is updated
 };
 struct EvidenceStep {
     double binLevel, evidenceTarget, countLimit;

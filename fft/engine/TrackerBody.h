@@ -119,30 +119,11 @@ QUIETFLOOR_INLINE typename V::Mask TakeOwnShare(EvidenceState<V> &state, V signa
     return isUpdate;
 }
 
-template <class V>
-struct FloorState {
-    V floor, floorDb; // linear, and 20 log10 of it
-};
-
-// A floor above the smoothed level plus threshold is pulled most of the way down at once.
-template <class V>
-QUIETFLOOR_INLINE void PullDown(FloorState<V> &state, typename V::Mask isAbove, V ceilingDb) {
-    const V ceiling = Exp10(ceilingDb * V::Broadcast(0.05));
-    const V pulled = MulAdd(V::Broadcast(0.85), ceiling, V::Broadcast(0.15) * state.floor);
-    const V floor = Max(pulled, V::Broadcast(1e-6));
-    state.floor = Select(isAbove, floor, state.floor);
-    state.floorDb = Select(isAbove, V::Broadcast(20.0) * Log10(floor), state.floorDb);
-}
-
 // The bins are walked upwards: a bin has its lower neighbour's share of this frame when its own turn
-// comes, and gets the upper neighbour's share after it.
+// comes, and gets the upper neighbour's share after it. Floors move in dB only; `isUpdated` tells which.
 template <class V>
-FftEngine::FloorChange MoveFloors(const FftEngine::EvidenceRows &rows, const FftEngine::EvidenceStep &step,
-                                  int count) {
-    const V zero = V::Broadcast(0.0);
+void GatherEvidence(const FftEngine::EvidenceRows &rows, const FftEngine::EvidenceStep &step, int count) {
     const V signalPart = V::Broadcast(0.1), noisePart = V::Broadcast(0.15);
-    const V threshold = V::Broadcast(step.thresholdDb);
-    FftEngine::FloorChange change{false, false};
     for (int k = 0; k < count; k += V::lanes) {
         const V signalShare = V::LoadU(rows.signalShare + k), noiseShare = V::LoadU(rows.noiseShare + k);
         EvidenceState<V> state{V::LoadU(rows.evidence + k), V::LoadU(rows.signalCount + k),
@@ -152,35 +133,60 @@ FftEngine::FloorChange MoveFloors(const FftEngine::EvidenceRows &rows, const Fft
             state.evidence = MulAdd(noisePart, V::LoadU(rows.noiseShare + k - 1), state.evidence);
         }
         const auto isUpdate = TakeOwnShare(state, signalShare, noiseShare, step);
-
-        FloorState<V> floors{V::LoadU(rows.noiseFloor + k), V::LoadU(rows.floorDb + k)};
-        const bool isUpdated = Any(isUpdate);
-        if (isUpdated) {
-            const V score = V::LoadFloats(rows.score + k);
-            const V updatedDb = UpdatedFloorDb(rows, step, floors.floor, floors.floorDb, score, k);
-            floors.floor = Select(isUpdate, Exp10(updatedDb * V::Broadcast(0.05)), floors.floor);
-            floors.floorDb = Select(isUpdate, updatedDb, floors.floorDb);
-            Select(isUpdate, score, V::LoadU(rows.binScore + k)).StoreU(rows.binScore + k);
-        }
-        const auto isActive = (signalShare > zero) | (noiseShare > zero);
-        const V smoothedDb = V::LoadU(rows.smoothedDb + k);
-        const auto isAbove = isActive & (floors.floorDb - threshold > smoothedDb);
-        const bool isCapped = Any(isAbove);
-        if (isCapped)
-            PullDown(floors, isAbove, threshold + smoothedDb);
-        if (isUpdated || isCapped) {
-            floors.floor.StoreU(rows.noiseFloor + k);
-            floors.floorDb.StoreU(rows.floorDb + k);
-        }
-        change.wasUpdated = change.wasUpdated || isUpdated;
-        change.hasMoved = change.hasMoved || isUpdated || isCapped;
+        const V score = V::LoadFloats(rows.score + k), floorDb = V::LoadU(rows.floorDb + k);
+        const V updatedDb = UpdatedFloorDb(rows, step, V::LoadU(rows.noiseFloor + k), floorDb, score, k);
+        Select(isUpdate, updatedDb, floorDb).StoreU(rows.floorDb + k);
+        Select(isUpdate, score, V::LoadU(rows.binScore + k)).StoreU(rows.binScore + k);
+        Select(isUpdate, V::Broadcast(1.0), V::Broadcast(0.0)).StoreU(rows.isUpdated + k);
 
         MulAdd(signalPart, V::LoadU(rows.signalShare + k + 1), state.signalCount)
             .StoreU(rows.signalCount + k);
         MulAdd(noisePart, V::LoadU(rows.noiseShare + k + 1), state.evidence).StoreU(rows.evidence + k);
         state.lastUpdatePos.StoreU(rows.lastUpdatePos + k);
     }
+}
+
+// A floor above the smoothed level plus threshold is pulled most of the way down at once.
+template <class V>
+QUIETFLOOR_INLINE V PulledDown(V floor, V ceilingDb) {
+    const V ceiling = Exp10(ceilingDb * V::Broadcast(0.05));
+    const V pulled = MulAdd(V::Broadcast(0.85), ceiling, V::Broadcast(0.15) * floor);
+    return Max(pulled, V::Broadcast(1e-6));
+}
+
+// The linear floors of the bins whose floor has moved, and the cap on all that have a score.
+template <class V>
+FftEngine::FloorChange SettleFloors(const FftEngine::EvidenceRows &rows, double thresholdDb, int count) {
+    const V zero = V::Broadcast(0.0), threshold = V::Broadcast(thresholdDb);
+    FftEngine::FloorChange change{false, false};
+    for (int k = 0; k < count; k += V::lanes) {
+        const auto isUpdated = V::LoadU(rows.isUpdated + k) > zero;
+        const auto hasScore =
+            (V::LoadU(rows.signalShare + k) > zero) | (V::LoadU(rows.noiseShare + k) > zero);
+        const V smoothedDb = V::LoadU(rows.smoothedDb + k), floorDb = V::LoadU(rows.floorDb + k);
+        const auto isAbove = hasScore & (floorDb - threshold > smoothedDb);
+        if (!Any(isUpdated | isAbove))
+            continue;
+        V floor = V::LoadU(rows.noiseFloor + k);
+        if (Any(isUpdated)) {
+            floor = Select(isUpdated, Exp10(floorDb * V::Broadcast(0.05)), floor);
+            change.wasUpdated = true;
+        }
+        if (Any(isAbove)) {
+            floor = Select(isAbove, PulledDown(floor, threshold + smoothedDb), floor);
+            Select(isAbove, V::Broadcast(20.0) * Log10(floor), floorDb).StoreU(rows.floorDb + k);
+        }
+        floor.StoreU(rows.noiseFloor + k);
+        change.hasMoved = true;
+    }
     return change;
+}
+
+template <class V>
+FftEngine::FloorChange MoveFloors(const FftEngine::EvidenceRows &rows, const FftEngine::EvidenceStep &step,
+                                  int count) {
+    GatherEvidence<V>(rows, step, count);
+    return SettleFloors<V>(rows, step.thresholdDb, count);
 }
 
 template <class V>
