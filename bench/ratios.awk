@@ -29,6 +29,19 @@ function Row(what, yardstick, pattern, key, avx512, avx2, generic) {
         Cell(pattern, 4, key, avx2), Cell(pattern, 0, key, generic)
 }
 
+# Cost per sample at size 16384 over that at 512, divided by how much more there is to do: the ratio of
+# (size / hop) log2 size.
+function Growth(level, filter, work, limit,    large, small) {
+    large = Mean("^Stream/LEVEL/size:16384/filter:" filter "/rate:44100/signal:0", level, "ns/sample")
+    small = Mean("^Stream/LEVEL/size:512/filter:" filter "/rate:44100/signal:0", level, "ns/sample")
+    return large ? sprintf("%.2f (%s)%s", large / small / work, limit, large / small / work > limit + 0 ? " !" : "") : "not here"
+}
+
+function GrowthRow(what, filter, work, limit) {
+    printf "| %-40s | %-10s | %-13s | %-13s | %-13s |\n", what, "our own", Growth(5, filter, work, limit),
+        Growth(4, filter, work, limit), Growth(0, filter, work, limit)
+}
+
 END {
     print "Ours over the yardstick, and in brackets the most that it may be; ! where it is more."
     print ""
@@ -41,5 +54,9 @@ END {
     Row("float transform, out of place", "FFTW", "^float/LEVEL/inPlace:0", "vsFFTW", "1.0", 1.2, 2.5)
     Row("float transform, in place", "FFTW", "^float/LEVEL/inPlace:1", "vsFFTW", 0.6, 0.7, 1.2)
     Row("float transform, out of place", "KissFFT", "^float/LEVEL/inPlace:0", "vsKissFFT", "1.0", "1.0", "1.0")
+    Row("slowest over median frame, size 512", "our own", "^Stream/LEVEL/size:512/filter:0/rate:44100/signal:0", "slowest", "4", "4", "5")
+    Row("slowest over median frame, size 4096", "our own", "^Stream/LEVEL/size:4096/filter:0/rate:44100/signal:0", "slowest", "4", "4", "5")
     Row("modulation transforms, size 512", "FFTW", "^ModulationTransforms/LEVEL", "vsFFTW", 0.35, 0.5, 1.2)
+    GrowthRow("growth from size 512 to 16384", 0, 20 * 14 / (4 * 9), 1.2)
+    GrowthRow("growth, filter mode", 1, 16384 / 409 * 14 / (4 * 9), 1.2)
 }
