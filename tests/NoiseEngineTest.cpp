@@ -4,6 +4,7 @@
 
 #include <random>
 
+#include "tests/LevelTesting.h"
 #include "tests/PlainNoiseEngine.h"
 
 using namespace quietfloor;
@@ -117,11 +118,14 @@ struct FlatEngine {
     }
 };
 
+class NoiseEngineLevel : public EachLevelTest {};
+INSTANTIATE_TEST_SUITE_P(, NoiseEngineLevel, AtEachLevel(), LevelName);
+
 } // namespace
 
 // Scores are compared with levels, so where two evaluations round differently a bin may once decide
 // otherwise.
-TEST(NoiseEngine, MeansWhatThePlainEngineSays) {
+TEST_P(NoiseEngineLevel, MeansWhatThePlainEngineSays) {
     for (const Case &c :
          {Case{32, 16, 8000, 0.02, true, true, -200, 2500}, Case{256, 128, 44100, 1, false, true, -40, 1200},
           Case{128, 64, 8000, 1, false, false, -80, 1200},
@@ -160,7 +164,7 @@ TEST(NoiseEngine, MeansWhatThePlainEngineSays) {
 
 // A constant, slow and fast modulation, noise, and magnitudes that floats or the analysis cannot hold; the
 // last two go on as a constant, after which all is well again.
-TEST(NoiseEngine, ModulationScoresAreThoseOfTheDefinition) {
+TEST_P(NoiseEngineLevel, ModulationScoresAreThoseOfTheDefinition) {
     constexpr int bins = 16;
     BinAnalysis analysis(bins, FftEngine::SelectedPerBinKernels());
     std::vector<plain::Bin> expected(bins);
