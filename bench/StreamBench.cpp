@@ -196,13 +196,13 @@ void Stream(benchmark::State &state) {
 // 64-point transforms in float.
 void ModulationTransforms(benchmark::State &state) {
     const FftEngine::DispatchScope level(static_cast<std::int32_t>(state.range(0)));
-    const int bins = 256;
+    constexpr int bins = 256, stride = quietfloor::BinAnalysis::RowStride(bins);
     const FftEngine::PerBinKernels &kernels = FftEngine::SelectedPerBinKernels();
     const quietfloor::ModulationAnalyzer analyzer;
     std::mt19937 generator(3);
     std::normal_distribution<float> value(0.0f, 1.0f);
-    FftEngine::Row<float> rings(static_cast<std::size_t>(2 * 64 * bins)),
-        results(static_cast<std::size_t>(34 * bins));
+    FftEngine::Row<float> rings(static_cast<std::size_t>(2 * 64 * stride)),
+        results(static_cast<std::size_t>(34 * stride));
     std::generate(rings.begin(), rings.end(), [&] { return value(generator); });
     // Interleaved and out of place, in which FFTW is fastest.
     std::array<fftwf_complex, 64> in{}, out{};
@@ -213,8 +213,8 @@ void ModulationTransforms(benchmark::State &state) {
         double start = ProcessorSeconds();
         for (int i = 0; i < repeats; ++i)
             kernels.TransformModulation(
-                {rings.data(), rings.data() + 64 * bins, results.data(), results.data() + 2 * bins},
-                analyzer.Tables, 0, bins, bins);
+                {rings.data(), rings.data() + 64 * stride, results.data(), results.data() + 2 * stride},
+                analyzer.Tables, 0, stride, bins);
         const double ours = (ProcessorSeconds() - start) / repeats / 8;
         start = ProcessorSeconds();
         for (int i = 0; i < repeats * 2 * (bins - 1) / 8; ++i)

@@ -28,8 +28,8 @@ ModulationAnalyzer::ModulationAnalyzer() {
 }
 
 BinAnalysis::BinAnalysis(int bins, const FftEngine::PerBinKernels &kernels)
-    : Bins(bins), Stride(static_cast<int>(FftEngine::WholeVectors(bins))), Kernels(&kernels) {
-    const std::size_t stride = FftEngine::WholeVectors(bins);
+    : Bins(bins), Stride(RowStride(bins)), Kernels(&kernels) {
+    const auto stride = static_cast<std::size_t>(Stride);
     for (FftEngine::Row<float> *row : {&Score, &Activity})
         row->assign(stride, 0.0f);
     FilterState.assign(stride, 0.0);

@@ -19,6 +19,10 @@ public:
 /// is never analysed: its score and activity stay 0.
 class BinAnalysis {
 public:
+    /// Entries from one row to the next: one cache line more than the bins, so that rows do not lie a power
+    /// of two apart and share a few cache sets.
+    static constexpr int RowStride(int bins) { return static_cast<int>(FftEngine::WholeVectors(bins)) + 16; }
+
     /// `bins` is a multiple of 16. Allocates; throws std::bad_alloc.
     BinAnalysis(int bins, const FftEngine::PerBinKernels &kernels);
 
@@ -33,7 +37,7 @@ private:
     static constexpr float ActivityRef = 0.1f; // less active bins have their score cut
 
     int Bins;
-    int Stride; // entries of a row, whole vectors
+    int Stride;
     const FftEngine::PerBinKernels *Kernels;
     ModulationAnalyzer Analyzer;
 
