@@ -32,8 +32,8 @@ using dsp::SingleChannelAdaptiveNoise;
 constexpr int seconds = 8; // the first two teach the noise and are not counted
 constexpr int learning = 2;
 
-enum Signal : int { noiseWithSpeech, silence, fullScale, signalCount };
-constexpr const char *signalNames[signalCount] = {"noise with speech", "silence", "full scale"};
+enum Signal : int { noiseWithSpeech, silence, fullScale, subnormal, signalCount };
+constexpr const char *signalNames[signalCount] = {"noise with speech", "silence", "full scale", "subnormal"};
 
 // Noise at -40 dBFS all the time, and over it syllables of a rough voice: 0.3 s each, 0.2 s apart.
 std::vector<float> NoiseWithSpeech(int rateHz) {
@@ -58,8 +58,9 @@ std::vector<float> MakeSignal(Signal kind, int rateHz) {
     std::vector<float> signal(static_cast<std::size_t>(seconds * rateHz), 0.0f);
     std::mt19937 generator(2);
     std::uniform_real_distribution<float> full(-1.0f, 1.0f);
-    if (kind == fullScale)
-        std::generate(signal.begin(), signal.end(), [&] { return full(generator); });
+    if (kind != silence)
+        std::generate(signal.begin(), signal.end(),
+                      [&] { return kind == subnormal ? 1e-39f * full(generator) : full(generator); });
     return signal;
 }
 
@@ -192,6 +193,27 @@ void Stream(benchmark::State &state) {
                    signalNames[kind]);
 }
 
+// A frame after an hour of stream beside one of a new object.
+void FrameAfterAnHour(benchmark::State &state) {
+    const std::vector<float> signal = MakeSignal(noiseWithSpeech, 44100);
+    std::vector<double> aged, fresh;
+    for ([[maybe_unused]] auto pass : state) {
+        SingleChannelAdaptiveNoise old, young;
+        std::vector<float> out(signal.size());
+        for (int second = 0; second < 3600; second += seconds) {
+            std::vector<float> in(signal);
+            old.Process(in.data(), out.data(), static_cast<int>(in.size()));
+        }
+        for (int turn = 0; turn < 5; ++turn) {
+            aged.push_back(Quantile(FrameTimes(old, signal, 128, 0), 0.5));
+            fresh.push_back(Quantile(FrameTimes(young, signal, 128, learning * 44100), 0.5));
+        }
+        state.SetIterationTime(1e-6 * aged.back());
+    }
+    state.counters["us/frame"] = Quantile(aged, 0.5);
+    state.counters["vsFresh"] = Quantile(aged, 0.5) / Quantile(fresh, 0.5);
+}
+
 // The modulation transforms of all bins, spread over the eight frames that share them, beside as many
 // 64-point transforms in float.
 void ModulationTransforms(benchmark::State &state) {
@@ -250,8 +272,9 @@ void Register() {
         for (std::int64_t filter : {0, 1})
             stream->Args({best, size, filter, 44100, noiseWithSpeech});
     stream->Args({best, 512, 0, 48000, noiseWithSpeech});
-    stream->Args({best, 512, 0, 44100, silence});
-    stream->Args({best, 512, 0, 44100, fullScale});
+    for (std::int64_t signal : {silence, fullScale, subnormal})
+        stream->Args({best, 512, 0, 44100, signal});
+    benchmark::RegisterBenchmark("FrameAfterAnHour", FrameAfterAnHour)->UseManualTime()->Iterations(1);
 }
 
 } // namespace
