@@ -135,6 +135,7 @@ private:
     void SetParameterValue(int index, float value);
 
     static void BuildAnalysisWindow(Record *record);
+    static void WindowData(const Record *record, const float *src, double *dst);
     static void Convolve(Record *record);
     static void EstimateGains(Record *record);
     static void ComputeXfms(Record *record, double *gain);

@@ -3,7 +3,6 @@
 // The analysis frame and the frame that gets the gains are both real, so they share one complex
 // transform, as real and imaginary part; the result is real, so half a transform gives it back.
 #include <algorithm>
-#include <cmath>
 
 #include "dsp/SingleChannelAdaptiveNoise.h"
 #include "dsp/SingleChannelAdaptiveNoiseParams.h"
@@ -12,13 +11,6 @@ namespace dsp {
 namespace {
 
 constexpr double endLevelDb = -200.0; // at both ends of a level spectrum, whatever the bins hold
-
-void LoadAnalysisFrame(SingleChannelAdaptiveNoiseParams &record) noexcept {
-    const FrameGeometry &g = record.geometry;
-    record.kernels->ApplyWindow(record.inputBuffer.data() + g.analysisOffset, record.analysisWindow.data(),
-                                record.frameData.data(), g.analysisLength);
-    std::fill(record.frameData.begin() + g.analysisLength, record.frameData.end(), 0.0);
-}
 
 // In filter mode the hop that lies `analysisOffset` behind the newest input, as it is, else the whole
 // frame, windowed.
@@ -37,8 +29,6 @@ void LoadSynthesisFrame(SingleChannelAdaptiveNoiseParams &record) noexcept {
 // Leaves the magnitudes and levels of the analysis frame, one bin down, and the other frame's spectrum.
 void TransformFrames(SingleChannelAdaptiveNoiseParams &record) noexcept {
     const int half = record.geometry.fftSize / 2;
-    LoadAnalysisFrame(record);
-    LoadSynthesisFrame(record);
     record.fftData->Forward(record.frameData.data(), record.frameImag.data());
     record.kernels->SplitPackedSpectrum({record.frameData.data(), record.frameImag.data(),
                                          record.magnitude.data(), record.spectrumReal.data(),
@@ -71,6 +61,12 @@ void InvertSpectrum(SingleChannelAdaptiveNoiseParams &record, const double *fact
 
 } // namespace
 
+void SingleChannelAdaptiveNoise::WindowData(const Record *record, const float *src, double *dst) {
+    const FrameGeometry &g = record->geometry;
+    record->kernels->ApplyWindow(src, record->analysisWindow.data(), dst, g.analysisLength);
+    std::fill(dst + g.analysisLength, dst + g.fftSize, 0.0);
+}
+
 // The gains are for the spectrum of `historyCount` frames ago, in the first frame for its own.
 void SingleChannelAdaptiveNoise::EstimateGains(Record *record) {
     const auto count = static_cast<std::size_t>(record->historyCount);
@@ -91,6 +87,8 @@ void SingleChannelAdaptiveNoise::EstimateGains(Record *record) {
 // two hops in the middle of the frame, bin k with the gain of entry k, whose level came from bin k + 1.
 void SingleChannelAdaptiveNoise::Convolve(Record *record) {
     const FrameGeometry &g = record->geometry;
+    WindowData(record, record->inputBuffer.data() + g.analysisOffset, record->frameData.data());
+    LoadSynthesisFrame(*record);
     TransformFrames(*record);
     if (record->adaptEnabled)
         EstimateGains(record);
