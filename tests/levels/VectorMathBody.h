@@ -24,8 +24,12 @@ void SqrtOverArray(const double *x, double *y, int count) {
 void PowOverArray(const double *x, double exponent, double *y, int count) {
     OverArray(x, y, count, [exponent](VectorD v) { return Pow(v, exponent); });
 }
+void PowFiveQuartersOverArray(const double *x, double *y, int count) {
+    OverArray(x, y, count, [](VectorD v) { return PowFiveQuarters(v); });
+}
 
-constexpr VectorMathTable thisLevel = {Log10OverArray, Exp10OverArray, SqrtOverArray, PowOverArray};
+constexpr VectorMathTable thisLevel = {Log10OverArray, Exp10OverArray, SqrtOverArray,
+                                       PowFiveQuartersOverArray, PowOverArray};
 
 } // namespace
 

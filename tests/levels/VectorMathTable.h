@@ -7,6 +7,7 @@ struct VectorMathTable {
     void (*log10)(const double *x, double *y, int count); // count: a multiple of 8
     void (*exp10)(const double *x, double *y, int count);
     void (*sqrt)(const double *x, double *y, int count);
+    void (*powFiveQuarters)(const double *x, double *y, int count);
     void (*pow)(const double *x, double exponent, double *y, int count);
 };
 
