@@ -7,6 +7,13 @@
 #define QUIETFLOOR_VERSION_MINOR 1
 #define QUIETFLOOR_VERSION_PATCH 0
 
+// "major.minor.patch"
+#define QUIETFLOOR_TEXT_OF(value) #value
+#define QUIETFLOOR_JOIN_VERSION(major, minor, patch)                                                         \
+    QUIETFLOOR_TEXT_OF(major) "." QUIETFLOOR_TEXT_OF(minor) "." QUIETFLOOR_TEXT_OF(patch)
+#define QUIETFLOOR_VERSION                                                                                   \
+    QUIETFLOOR_JOIN_VERSION(QUIETFLOOR_VERSION_MAJOR, QUIETFLOOR_VERSION_MINOR, QUIETFLOOR_VERSION_PATCH)
+
 // QUIETFLOOR_STATIC is defined by users of the static library, QUIETFLOOR_BUILDING by the build of
 // the shared one. Without either, names are imported from the shared library.
 #if defined(QUIETFLOOR_STATIC)

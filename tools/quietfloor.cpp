@@ -34,13 +34,6 @@ bool IsTerminal(std::FILE *stream) {
 #endif
 }
 
-std::string VersionText() {
-    std::ostringstream text;
-    text << "quietfloor " << QUIETFLOOR_VERSION_MAJOR << '.' << QUIETFLOOR_VERSION_MINOR << '.'
-         << QUIETFLOOR_VERSION_PATCH;
-    return text.str();
-}
-
 // For people the range ends at whole numbers: some bounds leave room for a slider's rounding,
 // and -0 shows as 0.
 std::string RangeText(const ParameterInfo &parameter) {
@@ -121,7 +114,7 @@ int main(int argc, char **argv) {
     ParameterValues values{};
     app.add_option("IN", in, "sound file to read, in any format that libsndfile knows")->required();
     app.add_option("OUT", out, "sound file to write, in the format of IN")->required();
-    app.set_version_flag("--version", VersionText());
+    app.set_version_flag("--version", "quietfloor " QUIETFLOOR_VERSION);
     AddParameters(app, values);
     try {
         app.parse(argc, argv);
