@@ -16,8 +16,8 @@ struct TransformKernels {
 
     Small small[kMaxSmallOrder + 1];
     Small smallScaled[kMaxSmallOrder + 1];
-    /// Columns of up to 2^this rows take passes of radix 4.
-    std::int32_t radix4Order;
+    /// Whether butterflies of 8 and 16 fit the vector registers.
+    bool hasManyRegisters;
     /// How orders 6 to 16 are laid out.
     RowShape (*shape)(std::int32_t order);
     /// Forward transforms, multiplied by `scale`. `work` is aligned to kTableAlignment.

@@ -7,9 +7,9 @@
 
 namespace {
 
-// The butterfly of eight takes more than sixteen registers; the widest vectors come with thirty-two.
+// The widest vectors come with thirty-two registers, the others with sixteen.
 template <class V>
-constexpr std::int32_t radix4Order = V::lanes * sizeof(typename V::Scalar) == 64 ? 0 : 8;
+constexpr bool hasManyRegisters = V::lanes * sizeof(typename V::Scalar) == 64;
 
 template <class Real, class Wide, class Narrow>
 constexpr FftEngine::TransformKernels<Real> TransformKernelsOver() {
@@ -17,7 +17,7 @@ constexpr FftEngine::TransformKernels<Real> TransformKernelsOver() {
              SmallTransform<3, false, Real>, SmallTransform<4, false, Real>, SmallTransform<5, false, Real>},
             {SmallTransform<0, true, Real>, SmallTransform<1, true, Real>, SmallTransform<2, true, Real>,
              SmallTransform<3, true, Real>, SmallTransform<4, true, Real>, SmallTransform<5, true, Real>},
-            radix4Order<Wide>,
+            hasManyRegisters<Wide>,
             ShapeOver<Wide, Narrow>,
             RowTransform<Wide, Narrow, Real>,
             BlockedTransform<Wide, Narrow, Real>};

@@ -45,8 +45,7 @@ QUIETFLOOR_INLINE void Butterflies(Split<const Real> src, Split<Real> dst, const
     }
 }
 
-// One pass of decimation in frequency over sub-transforms of `groups` * radix rows. With one group the
-// outputs lie where the inputs lay, so that source and destination may be the same.
+// One pass of decimation in frequency over sub-transforms of `groups` * radix rows.
 template <class V, int radix, class Real>
 void ColumnPass(Split<const Real> src, Split<Real> dst, const Real *twiddles, std::int64_t groups,
                 std::int64_t width) {
@@ -60,19 +59,20 @@ void ColumnPass(Split<const Real> src, Split<Real> dst, const Real *twiddles, st
     }
 }
 
-// Transforms every column of rows of `width` values from `src` to `result`. `spare` may be `src`: it is first
-// written after `src` has been read.
+// Runs the first `passes` passes of a column transform over rows of `width` values, even ones to `even`
+// and odd ones to `odd`; returns where the last has written.
 template <class V, class Real>
-void ColumnTransform(Split<const Real> src, Split<Real> spare, Split<Real> result,
-                     const ColumnPlan<Real> &plan, std::int64_t width) {
+Split<const Real> RunPasses(Split<const Real> src, Split<Real> even, Split<Real> odd,
+                            const ColumnPlan<Real> &plan, std::int32_t passes, std::int64_t width) {
     const Real *twiddles = plan.twiddles;
     std::int64_t rows = plan.length;
-    for (int pass = 0; pass < plan.passes; ++pass) {
+    for (std::int32_t pass = 0; pass < passes; ++pass) {
         const std::int64_t radix = plan.radixes[pass];
-        const bool toResult = pass % 2 == 0 || pass + 1 == plan.passes;
-        const Split<Real> dst = toResult ? result : spare;
+        const Split<Real> dst = pass % 2 == 0 ? even : odd;
         rows /= radix;
-        if (radix == 8)
+        if (radix == 16)
+            ColumnPass<V, 16>(src, dst, twiddles, rows, width);
+        else if (radix == 8)
             ColumnPass<V, 8>(src, dst, twiddles, rows, width);
         else
             ColumnPass<V, 4>(src, dst, twiddles, rows, width);
@@ -80,6 +80,28 @@ void ColumnTransform(Split<const Real> src, Split<Real> spare, Split<Real> resul
         twiddles += 2 * (radix - 1) * rows;
         width *= radix;
     }
+    return src;
+}
+
+// The last pass needs no twiddles. Its outputs lie where the inputs lay, so `src` may be `dst`.
+template <class V, class Real>
+void LastPass(Split<const Real> src, Split<Real> dst, std::int64_t radix, std::int64_t step) {
+    if (radix == 16)
+        Butterflies<V, 16, false, Real>(src, dst, nullptr, step, step);
+    else if (radix == 8)
+        Butterflies<V, 8, false, Real>(src, dst, nullptr, step, step);
+    else
+        Butterflies<V, 4, false, Real>(src, dst, nullptr, step, step);
+}
+
+// Transforms every column from `src` to `result`. `spare` may be `src`: it is first written after `src` has
+// been read.
+template <class V, class Real>
+void ColumnTransform(Split<const Real> src, Split<Real> spare, Split<Real> result,
+                     const ColumnPlan<Real> &plan, std::int64_t width) {
+    const Split<const Real> rows = RunPasses<V>(src, result, spare, plan, plan.passes - 1, width);
+    const std::int64_t radix = plan.radixes[plan.passes - 1];
+    LastPass<V>(rows, result, radix, plan.length / radix * width);
 }
 
 // Loads `lanes` rows and turns them over, so that each vector holds one column.

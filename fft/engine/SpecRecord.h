@@ -28,7 +28,7 @@ struct Split {
     T *im;
 };
 
-/// A transform of `length` rows, column by column, in passes of radix 4 and 8.
+/// A transform of `length` rows, column by column, in passes of radix 4, 8 and 16.
 template <class Real>
 struct ColumnPlan {
     std::int32_t length;

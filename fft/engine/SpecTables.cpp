@@ -43,25 +43,31 @@ private:
     std::int64_t used = 0;
 };
 
-// Passes for 2^order rows, order >= 2. Radix 4 wins where the butterfly of eight does not fit the registers,
-// radix 8 while that is all that counts; long transforms begin with radix 4, which opens fewer distant
-// streams.
-std::int32_t ColumnPasses(std::int32_t order, std::int32_t radix4Order) {
-    if (order <= radix4Order)
+// Passes for 2^order rows, order >= 2. Radix 4 wins where the larger butterflies do not fit the registers,
+// radix 8 and 16 while that is all that counts; long transforms begin with radix 4, which opens fewer
+// distant streams.
+std::int32_t CountPasses(std::int32_t order, bool hasManyRegisters) {
+    if (order <= 8 && !hasManyRegisters)
         return order / 2;
+    if (order == 4 || order == 8)
+        return order / 4;
     return order <= 6 ? (order + 2) / 3 : order / 3 + 1;
 }
 
-// As many passes of radix 4 as that leaves room for, then radix 8.
+// Radix 4 first, as often as the passes leave room for.
+std::int32_t BitsOfPass(std::int32_t orderLeft, std::int32_t passesLeft) {
+    return orderLeft % passesLeft == 0 ? orderLeft / passesLeft : 2;
+}
+
 template <class Real>
 ColumnPlan<Real> PlanColumns(const TransformKernels<Real> &kernels, std::int32_t order, TableCursor &cursor) {
     ColumnPlan<Real> plan = {};
     plan.length = 1 << order;
-    plan.passes = ColumnPasses(order, kernels.radix4Order);
+    plan.passes = CountPasses(order, kernels.hasManyRegisters);
     std::int64_t entries = 0;
     std::int32_t left = order;
     for (std::int32_t pass = 0; pass < plan.passes; ++pass) {
-        const std::int32_t bits = left == 3 * (plan.passes - pass) ? 3 : 2;
+        const std::int32_t bits = BitsOfPass(left, plan.passes - pass);
         plan.radixes[pass] = 1 << bits;
         left -= bits;
         entries += 2 * ((std::int64_t{1} << bits) - 1) << left;
