@@ -135,8 +135,9 @@ QUIETFLOOR_INLINE V NextHold(V hold, V squaredDeviation, const FftEngine::GainSt
     return Select(target > hold, quick, slow);
 }
 
+// The step comes by value: nothing that is stored can change it, so its factors are made once.
 template <class V>
-void FindGainsAtFloor(const FftEngine::GainRows &rows, const FftEngine::GainStep &step, int count) {
+void FindGainsAtFloor(const FftEngine::GainRows &rows, const FftEngine::GainStep step, int count) {
     for (int k = 0; k < count; k += V::lanes)
         if (Any(V::LoadU(rows.floor + k) > V::LoadU(rows.reference + k)))
             GainAtFloor(V::LoadU(rows.binScore + k), V::LoadU(rows.binActivity + k), step)
@@ -144,7 +145,7 @@ void FindGainsAtFloor(const FftEngine::GainRows &rows, const FftEngine::GainStep
 }
 
 template <class V>
-void FindHolds(const FftEngine::GainRows &rows, const FftEngine::GainStep &step, int count) {
+void FindHolds(const FftEngine::GainRows &rows, const FftEngine::GainStep step, int count) {
     for (int k = 0; k < count; k += V::lanes) {
         V hold = V::Broadcast(fixedHold);
         if (step.usesDeviation)

@@ -122,7 +122,7 @@ QUIETFLOOR_INLINE typename V::Mask TakeOwnShare(EvidenceState<V> &state, V signa
 // The bins are walked upwards: a bin has its lower neighbour's share of this frame when its own turn
 // comes, and gets the upper neighbour's share after it. Floors move in dB only; `isUpdated` tells which.
 template <class V>
-void GatherEvidence(const FftEngine::EvidenceRows &rows, const FftEngine::EvidenceStep &step, int count) {
+void GatherEvidence(const FftEngine::EvidenceRows &rows, const FftEngine::EvidenceStep step, int count) {
     const V signalPart = V::Broadcast(0.1), noisePart = V::Broadcast(0.15);
     for (int k = 0; k < count; k += V::lanes) {
         const V signalShare = V::LoadU(rows.signalShare + k), noiseShare = V::LoadU(rows.noiseShare + k);
