@@ -1,17 +1,37 @@
-# The package: shared library, public headers, and a configuration for find_package(quietfloor).
+# What is installed: both libraries, the public headers, and how CMake and pkg-config find them. All of it
+# may be moved as a whole. Components: `library` runs a host, `development` builds one, `program` is the
+# program.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/quietfloor)
+set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-install(TARGETS quietfloor EXPORT quietfloorTargets LIBRARY ARCHIVE RUNTIME)
-foreach(header dsp/SingleChannelAdaptiveNoise.h dsp/WhiteNoise.h fft/FFT.h lib/Export.h)
+install(TARGETS quietfloor EXPORT quietfloorShared
+    RUNTIME COMPONENT library
+    LIBRARY COMPONENT library NAMELINK_COMPONENT development
+    ARCHIVE COMPONENT development)
+install(TARGETS quietfloor_core EXPORT quietfloorStatic ARCHIVE COMPONENT development)
+if(TARGET quietfloor-cli)
+    install(TARGETS quietfloor-cli RUNTIME COMPONENT program)
+endif()
+
+foreach(header dsp/SingleChannelAdaptiveNoise.h dsp/WhiteNoise.h fft/FFT.h lib/Export.h lib/quietfloor.h)
     cmake_path(GET header PARENT_PATH folder)
-    install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quietfloor/${folder})
+    install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quietfloor/${folder}
+        COMPONENT development)
 endforeach()
 
-install(EXPORT quietfloorTargets NAMESPACE quietfloor:: DESTINATION ${package_dir})
+foreach(kind Shared Static)
+    install(EXPORT quietfloor${kind} NAMESPACE quietfloor:: DESTINATION ${package_dir} COMPONENT development)
+endforeach()
 configure_package_config_file(cmake/quietfloorConfig.cmake.in quietfloorConfig.cmake
     INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(quietfloorConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/quietfloorConfig.cmake
-    ${CMAKE_CURRENT_BINARY_DIR}/quietfloorConfigVersion.cmake DESTINATION ${package_dir})
+    ${CMAKE_CURRENT_BINARY_DIR}/quietfloorConfigVersion.cmake
+    DESTINATION ${package_dir} COMPONENT development)
+
+# The file says where it lies; the prefix follows from that.
+string(REGEX REPLACE "[^/]+" ".." prefix_from_pkgconfig ${pkgconfig_dir})
+configure_file(cmake/quietfloor.pc.in quietfloor.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/quietfloor.pc DESTINATION ${pkgconfig_dir} COMPONENT development)
