@@ -10,6 +10,8 @@ namespace {
 constexpr double fixedHold = 0.7;        // where nothing deviates
 constexpr double leastPowerBase = 1e-40; // in the range of PowInRange
 
+constexpr int spreadGroup = 4; // vectors
+
 // Within a vector each value becomes the largest of itself and factor^j times the value j lanes before.
 template <class V>
 QUIETFLOOR_INLINE V SpreadLanes(V values, const double *powers) {
@@ -26,30 +28,43 @@ QUIETFLOOR_INLINE double *LanesFrom(double *first, int k) {
     return direction > 0 ? first + k : first - k - (V::lanes - 1);
 }
 
+template <class V, int direction>
+QUIETFLOOR_INLINE bool IsSpread(double *first, V factor) {
+    auto isShort = V::Broadcast(0.0) > V::Broadcast(0.0);
+    for (int g = 0; g < spreadGroup; ++g) {
+        const double *at = LanesFrom<V, direction>(first, g * V::lanes);
+        isShort = isShort | (factor * V::LoadU(at - direction) > V::LoadU(at));
+    }
+    return !Any(isShort);
+}
+
+// Within the group, only the last value of a vector waits for that of the vector before.
+template <class V, int direction>
+QUIETFLOOR_INLINE void SpreadGroup(double *first, const double *powers, V byLane) {
+    V carry = V::Broadcast(first[-direction]);
+    for (int g = 0; g < spreadGroup; ++g) {
+        double *at = LanesFrom<V, direction>(first, g * V::lanes);
+        const V values = SpreadLanes(direction > 0 ? V::LoadU(at) : Reverse(V::LoadU(at)), powers);
+        const V spread = Max(values, carry * byLane);
+        (direction > 0 ? spread : Reverse(spread)).StoreU(at);
+        carry = Max(BroadcastLast(values), carry * V::Broadcast(powers[V::lanes]));
+    }
+}
+
 // From `first` on in `direction`, each value becomes the largest of itself and `factor`^j times the
-// value j before it. Only the last value of a group of vectors waits for that of the group before.
+// value j before it. Most groups of vectors are smooth enough to be left as they are.
 template <class V, int direction>
 void Spread(double *first, double factor, int count) {
-    constexpr int lanes = V::lanes, group = 4;
-    double powers[lanes + 1] = {1.0};
-    for (int j = 1; j <= lanes; ++j)
+    constexpr int length = spreadGroup * V::lanes;
+    double powers[V::lanes + 1] = {1.0};
+    for (int j = 1; j <= V::lanes; ++j)
         powers[j] = powers[j - 1] * factor;
-    const V byLane = V::LoadU(powers + 1), byVector = V::Broadcast(powers[lanes]);
-    const V byGroup = byVector * byVector * byVector * byVector;
-    V carry = V::Broadcast(first[-direction]);
+    const V byLane = V::LoadU(powers + 1);
     int k = 0;
-    for (; k + group * lanes <= count; k += group * lanes) {
-        V last = V::Broadcast(0.0), before = carry;
-        for (int g = 0; g < group; ++g) {
-            double *at = LanesFrom<V, direction>(first, k + g * lanes);
-            V values = SpreadLanes(direction > 0 ? V::LoadU(at) : Reverse(V::LoadU(at)), powers);
-            const V spread = Max(values, before * byLane);
-            (direction > 0 ? spread : Reverse(spread)).StoreU(at);
-            const V ownLast = BroadcastLast(values);
-            last = Max(ownLast, last * byVector);
-            before = Max(ownLast, before * byVector);
-        }
-        carry = Max(last, carry * byGroup);
+    for (; k + length <= count; k += length) {
+        double *group = first + direction * k;
+        if (!IsSpread<V, direction>(group, V::Broadcast(factor)))
+            SpreadGroup<V, direction>(group, powers, byLane);
     }
     for (; k < count; ++k) {
         double *value = first + direction * k;
