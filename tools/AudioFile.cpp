@@ -1,8 +1,15 @@
 #include "tools/AudioFile.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#if defined(_WIN32)
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
 
 namespace fs = std::filesystem;
 
@@ -18,21 +25,39 @@ fs::path ResolveTarget(const fs::path &path) {
     return fs::canonical(path);
 }
 
-// Takes a name that nobody has: "x" opens only what does not exist.
+// False, with errno, where a file of this name exists. The standard library's mode "x" would do, but
+// Windows has runtimes that ignore it.
+bool CreateNew(const fs::path &path) {
+#if defined(_WIN32)
+    const int file = _wopen(path.c_str(), _O_CREAT | _O_EXCL | _O_WRONLY, _S_IREAD | _S_IWRITE);
+    return file >= 0 && _close(file) == 0;
+#else
+    const int file = open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY, 0666);
+    return file >= 0 && close(file) == 0;
+#endif
+}
+
+// Takes a name that nobody has.
 fs::path CreateBeside(const fs::path &target) {
     for (int attempt = 1; attempt <= 100; ++attempt) {
         fs::path name = target.string() + ".part" + std::to_string(attempt);
-        if (std::FILE *created = std::fopen(name.string().c_str(), "wx")) {
-            std::fclose(created);
+        if (CreateNew(name))
             return name;
-        }
         if (errno != EEXIST)
             break;
     }
     throw FileError(target, std::strerror(errno));
 }
 
+// Windows ends its messages with a new line.
+std::string WithoutLineEnd(const std::string &text) {
+    return text.substr(0, text.find_last_not_of("\r\n") + 1);
+}
+
 } // namespace
+
+FileError::FileError(const fs::path &path, const std::string &reason)
+    : std::runtime_error(path.string() + ": " + WithoutLineEnd(reason)) {}
 
 AudioReader::AudioReader(const fs::path &where)
     : path(where), file(sf_open(where.string().c_str(), SFM_READ, &info), sf_close) {

@@ -13,8 +13,7 @@ namespace quietfloor {
 /// What went wrong with a file, as one line for people.
 class FileError : public std::runtime_error {
 public:
-    FileError(const std::filesystem::path &path, const std::string &reason)
-        : std::runtime_error(path.string() + ": " + reason) {}
+    FileError(const std::filesystem::path &path, const std::string &reason);
 };
 
 using SoundFile = std::unique_ptr<SNDFILE, int (*)(SNDFILE *)>;
