@@ -35,14 +35,21 @@ Reducer MakeReducer() {
     return {};
 }
 
-// The linker runs a program's own constructors before those of a static library.
+// Before the library's own constructors: some linkers put those of a program first, others last.
+#if defined(__GNUC__)
+#define QUIETFLOOR_FIRST_AT_LOAD __attribute__((init_priority(101)))
+#else
+#define QUIETFLOOR_FIRST_AT_LOAD
+#endif
+
 struct MadeAtLoad {
     std::int32_t slot = CpuDispatchIndex;
     FftSpec64f *spec = nullptr;
     EngineStatus status = FFTInitComplex64f(&spec, 10, kScaleNone, kHintAccurate);
     Reducer reducer = MakeReducer();
     ~MadeAtLoad() { FFTFreeComplex64f(spec); }
-} madeAtLoad;
+};
+MadeAtLoad madeAtLoad QUIETFLOOR_FIRST_AT_LOAD;
 
 Samples Transformed(const FftSpec64f *spec, const Samples &x) {
     std::vector<double> re(x.begin(), x.end()), im(x.rbegin(), x.rend());
