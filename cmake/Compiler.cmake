@@ -22,6 +22,10 @@ else()
     add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -ffp-contract=off)
 endif()
 
+if(MINGW)
+    add_link_options(-static) # the compiler's own libraries, so that only those of the system are asked for
+endif()
+
 if(QUIETFLOOR_SANITIZE)
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=address,undefined)

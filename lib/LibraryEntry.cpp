@@ -1,5 +1,5 @@
 // What the system calls when it loads or unloads the library; only Windows asks for one.
-#if defined(_WIN32)
+#if defined(_WIN32) && defined(QUIETFLOOR_BUILDING) // a static library leaves this to its user
 
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
