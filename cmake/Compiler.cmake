@@ -27,6 +27,7 @@ if(MINGW)
 endif()
 
 if(QUIETFLOOR_SANITIZE)
-    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    # Full debug information of the kernels, which are one large function each, would take minutes.
+    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
     add_link_options(-fsanitize=address,undefined)
 endif()
