@@ -7,17 +7,13 @@
 
 namespace {
 
-// The widest vectors come with thirty-two registers, the others with sixteen.
-template <class V>
-constexpr bool hasManyRegisters = V::lanes * sizeof(typename V::Scalar) == 64;
-
 template <class Real, class Wide, class Narrow>
 constexpr FftEngine::TransformKernels<Real> TransformKernelsOver() {
     return {{SmallTransform<0, false, Real>, SmallTransform<1, false, Real>, SmallTransform<2, false, Real>,
              SmallTransform<3, false, Real>, SmallTransform<4, false, Real>, SmallTransform<5, false, Real>},
             {SmallTransform<0, true, Real>, SmallTransform<1, true, Real>, SmallTransform<2, true, Real>,
              SmallTransform<3, true, Real>, SmallTransform<4, true, Real>, SmallTransform<5, true, Real>},
-            hasManyRegisters<Wide>,
+            vectorRegisters == 32,
             ShapeOver<Wide, Narrow>,
             RowTransform<Wide, Narrow, Real>,
             BlockedTransform<Wide, Narrow, Real>};

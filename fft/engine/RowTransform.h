@@ -59,19 +59,22 @@ void ColumnPass(Split<const Real> src, Split<Real> dst, const Real *twiddles, st
     }
 }
 
-// Runs the first `passes` passes of a column transform over rows of `width` values, even ones to `even`
-// and odd ones to `odd`; returns where the last has written.
+// A butterfly of sixteen is only worth it where the registers hold its values.
+constexpr int largestRadix = vectorRegisters == 32 ? 16 : 8;
+
+// Runs all passes but the last over rows of `width` values, even ones to `even` and odd ones to `odd`;
+// returns where the result lies.
 template <class V, class Real>
-Split<const Real> RunPasses(Split<const Real> src, Split<Real> even, Split<Real> odd,
-                            const ColumnPlan<Real> &plan, std::int32_t passes, std::int64_t width) {
+Split<const Real> FirstPasses(Split<const Real> src, Split<Real> even, Split<Real> odd,
+                              const ColumnPlan<Real> &plan, std::int64_t width) {
     const Real *twiddles = plan.twiddles;
     std::int64_t rows = plan.length;
-    for (std::int32_t pass = 0; pass < passes; ++pass) {
+    for (std::int32_t pass = 0; pass + 1 < plan.passes; ++pass) {
         const std::int64_t radix = plan.radixes[pass];
         const Split<Real> dst = pass % 2 == 0 ? even : odd;
         rows /= radix;
-        if (radix == 16)
-            ColumnPass<V, 16>(src, dst, twiddles, rows, width);
+        if (radix == largestRadix)
+            ColumnPass<V, largestRadix>(src, dst, twiddles, rows, width);
         else if (radix == 8)
             ColumnPass<V, 8>(src, dst, twiddles, rows, width);
         else
@@ -86,8 +89,8 @@ Split<const Real> RunPasses(Split<const Real> src, Split<Real> even, Split<Real>
 // The last pass needs no twiddles. Its outputs lie where the inputs lay, so `src` may be `dst`.
 template <class V, class Real>
 void LastPass(Split<const Real> src, Split<Real> dst, std::int64_t radix, std::int64_t step) {
-    if (radix == 16)
-        Butterflies<V, 16, false, Real>(src, dst, nullptr, step, step);
+    if (radix == largestRadix)
+        Butterflies<V, largestRadix, false, Real>(src, dst, nullptr, step, step);
     else if (radix == 8)
         Butterflies<V, 8, false, Real>(src, dst, nullptr, step, step);
     else
@@ -99,7 +102,7 @@ void LastPass(Split<const Real> src, Split<Real> dst, std::int64_t radix, std::i
 template <class V, class Real>
 void ColumnTransform(Split<const Real> src, Split<Real> spare, Split<Real> result,
                      const ColumnPlan<Real> &plan, std::int64_t width) {
-    const Split<const Real> rows = RunPasses<V>(src, result, spare, plan, plan.passes - 1, width);
+    const Split<const Real> rows = FirstPasses<V>(src, result, spare, plan, width);
     const std::int64_t radix = plan.radixes[plan.passes - 1];
     LastPass<V>(rows, result, radix, plan.length / radix * width);
 }

@@ -7,6 +7,8 @@
 
 namespace {
 
+constexpr int vectorRegisters = 16;
+
 using VectorF = VectorF256;
 
 struct MaskD {

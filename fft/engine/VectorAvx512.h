@@ -7,6 +7,8 @@
 
 namespace {
 
+constexpr int vectorRegisters = 32;
+
 struct MaskD {
     __mmask8 v;
     friend MaskD operator&(MaskD a, MaskD b) { return {_kand_mask8(a.v, b.v)}; }

@@ -3,6 +3,7 @@
 /// Each level has one header of this shape, with the same names over wider registers; everything
 /// stands in an unnamed namespace so that no two levels share a function. Kernels are templates over
 /// `VectorD` and `VectorF` and see nothing else of the processor.
+///   vectorRegisters how many vectors a kernel can hold at once
 ///   Load/Store      memory aligned to the vector; LoadU/StoreU any
 ///   MulAdd(a,b,c)   a b + c, fused where the level can; MulSub a b - c; NegMulAdd c - a b
 ///   Min/Max(a,b)    b where either is NaN, as the processor does it
@@ -14,6 +15,8 @@
 #include <emmintrin.h>
 
 namespace {
+
+constexpr int vectorRegisters = 16;
 
 struct MaskD {
     __m128d v;
