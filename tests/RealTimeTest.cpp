@@ -28,7 +28,8 @@ const auto realLock = reinterpret_cast<LockFunction>(dlsym(RTLD_NEXT, "pthread_m
 
 } // namespace
 
-// These take the place of the C library's own throughout the program.
+// These take the place of the C library's own throughout the program, its shared libraries included.
+#pragma GCC visibility push(default)
 extern "C" {
 void *__libc_malloc(std::size_t);
 void *__libc_memalign(std::size_t, std::size_t);
@@ -55,6 +56,7 @@ int pthread_mutex_lock(pthread_mutex_t *mutex) {
     return realLock != nullptr ? realLock(mutex) : 0; // null only before this program's own start
 }
 }
+#pragma GCC visibility pop
 
 namespace {
 
