@@ -1,6 +1,5 @@
 #include "fft/engine/FftEngine.h"
 #include "fft/engine/Allocator.h"
-#include "fft/engine/DenormalScope.h"
 #include "tests/LevelTesting.h"
 #include "tests/SlowTransform.h"
 
@@ -181,16 +180,6 @@ TYPED_TEST(Transform, ScalesTheDirectionsThatTheFlagNames) {
     }
 }
 
-TYPED_TEST(Transform, FourPointsByHand) {
-    const auto spec = MakeSpec<TypeParam>(2);
-    Signal<typename TypeParam::Real> x(4), y(4);
-    x.Re()[0] = x.Im()[1] = 1;
-    TypeParam::Forward(x.Re(), x.Im(), y.Re(), y.Im(), spec.get(), nullptr);
-    EXPECT_EQ(y.Values(), (std::vector<LongComplex>{{1, 1}, {2, 0}, {1, -1}, {0, 0}}));
-    TypeParam::Inverse(x.Re(), x.Im(), y.Re(), y.Im(), spec.get(), nullptr);
-    EXPECT_EQ(y.Values(), (std::vector<LongComplex>{{1, 1}, {0, 0}, {1, -1}, {2, 0}}));
-}
-
 std::size_t bytesAsked = 0;
 void *NoMemory(std::size_t bytes) {
     bytesAsked = bytes;
@@ -322,17 +311,6 @@ TEST_P(Primitives, DeviationMatchesTwoPassesAndIsNeverNaN) {
     EXPECT_EQ(StdDev32f(x, 1, &y, kHintAccurate), kEngineSizeError);
     EXPECT_EQ(StdDev32f(nullptr, 2, &y, kHintAccurate), kEngineNullPointer);
     EXPECT_EQ(StdDev32f(x, 1, nullptr, kHintAccurate), kEngineNullPointer);
-}
-
-TEST(DenormalScope, FlushesInsideAndRestoresOutside) {
-    const volatile float small = FLT_MIN, half = 0.5f;
-    EXPECT_GT(small * half, 0.0f);
-    {
-        const DenormalScope outer;
-        { const DenormalScope inner; }
-        EXPECT_EQ(small * half, 0.0f);
-    }
-    EXPECT_GT(small * half, 0.0f);
 }
 
 } // namespace

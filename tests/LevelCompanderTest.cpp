@@ -29,9 +29,6 @@ std::vector<float> WanderingNoise(std::size_t count, unsigned seed) {
 struct Geometry {
     int latency, hop;
 };
-// As in frames of 64, 512, 4096 and 16384 samples, with and without filter; the hops of the last are odd.
-constexpr Geometry geometries[] = {{64, 16}, {88, 16}, {704, 128}, {3584, 512}, {13107, 819}, {9214, 409}};
-
 // Runs the stage around a pure delay as a stream does: each hop is compressed when it is complete, and
 // outputs are expanded in uneven pieces as they are handed out.
 std::vector<float> ThroughDelay(LevelCompander &stage, const std::vector<float> &x, Geometry g) {
@@ -70,19 +67,6 @@ void ExpectDelayed(const std::vector<float> &out, const std::vector<float> &x, i
 }
 
 } // namespace
-
-TEST(LevelCompander, UndoesARaiseOnExactlyTheSamplesItRaised) {
-    const auto x = WanderingNoise(100'000, 2);
-    auto raised = x;
-    LevelCompander whole = BuildLevelCompander(Settings(0.5), 100'000, 0);
-    whole.CompressBlock(raised.data(), 0, 100'000);
-    const auto [least, most] = std::minmax_element(whole.gainBuffer[0].begin(), whole.gainBuffer[0].end());
-    EXPECT_TRUE(*least < 0.1f && *most > 0.9f) << "the noise does not move the gain";
-    for (const Geometry &g : geometries) {
-        LevelCompander stage = BuildLevelCompander(Settings(0.5), g.latency, g.hop);
-        ExpectDelayed(ThroughDelay(stage, x, g), x, g.latency);
-    }
-}
 
 TEST(LevelCompander, WindowSlidesForMinutes) {
     const Geometry g{704, 128};

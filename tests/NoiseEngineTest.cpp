@@ -226,64 +226,6 @@ TEST(NoiseEngine, OpensAtAMeanLevelOfMinus110) {
     }
 }
 
-// A falling reference loses 60 dB in the release time, a rising one closes in by 60 dB in 10 ms.
-TEST(NoiseEngine, ReferenceFollowsInReleaseTime) {
-    for (const float releaseMs : {10.0f, 140.0f, 750.0f}) {
-        NoiseRemoverSettings settings;
-        settings.ReleaseMs = releaseMs;
-        settings.TransientBoost = false;
-        FlatEngine flat(1024, 44100, 512, settings);
-        const double hopMs = 512 / 44.1;
-        flat.Feed(-40, 3);
-        EXPECT_NEAR(flat.engine.Reference[5], 0.01, 1e-12);
-        flat.Feed(-500, 4);
-        EXPECT_NEAR(flat.engine.Reference[5] / (0.01 * std::pow(10.0, -12 * hopMs / releaseMs)), 1, 1e-6);
-        flat.Feed(0);
-        EXPECT_NEAR(flat.engine.Reference[5], 1 - std::pow(10.0, -3 * hopMs / 10), 0.01);
-    }
-}
-
-// A rise of d dB in all bins boosts the reference by 3 (d - 3.5) dB from d = 4.2 on; the boost dies away at
-// 1500 dB per second of a sample clock that counts quarters of the FFT size, and with any change of settings.
-TEST(NoiseEngine, BoostsAfterARise) {
-    for (const double rise : {4.1, 4.3, 20.0}) {
-        FlatEngine flat(256, 44100, 128);
-        flat.Feed(-50, 3);
-        const double before = flat.engine.Reference[9];
-        flat.Feed(-50 + rise);
-        const double boost = rise > 4.2 ? 3 * (rise - 3.5) : 0;
-        const double step = 1500 / (44100 / 4.0);
-        EXPECT_NEAR(flat.engine.BoostDb, std::max(0.0, boost - step), 1e-9);
-        const double approach = 1 - std::pow(0.001, 128 / 441.0); // 10 ms
-        const double target = plain::FromDb(-50 + rise + boost);
-        EXPECT_NEAR(flat.engine.Reference[9], before + approach * (target - before), 1e-6 * target);
-        flat.Feed(-50 + rise, 10);
-        EXPECT_NEAR(flat.engine.BoostDb, std::max(0.0, boost - 11 * step), 1e-9);
-        flat.engine.SetSettings(flat.engine.GivenSettings());
-        EXPECT_EQ(flat.engine.BoostDb, 0.0);
-    }
-}
-
-// Under a constant level scores are as low as they can be, so evidence grows by five times the decision level
-// in every frame from the first analysis on, and the first floor is the risen minimum plus the threshold.
-TEST(NoiseEngine, LearnsAConstantLevelWhenTheEvidenceIsIn) {
-    NoiseRemoverSettings settings;
-    settings.Sensitivity = 2.5f;
-    settings.TransientBoost = false;
-    FlatEngine flat(256, 44100, 128, settings);
-    const double level = flat.engine.Settings.Sensitivity / 150.0, target = 43; // 44100 / 8 / 128
-    const double threshold = flat.engine.Settings.OffsetDb + 8.5 - 4.5 + 6.8 + 0.6 * 14;
-    const int updates =
-        7 + static_cast<int>(std::ceil(target / (5 * level) + 0.15)); // the upper neighbour's share is late
-    flat.Feed(-50, updates); // the second frame does not update the tracker
-    EXPECT_EQ(flat.engine.Tracker->NoiseFloor[100], 0.0);
-    flat.Feed(-50);
-    const double minimum = -50 - 4 * std::pow(0.98, updates);
-    EXPECT_NEAR(plain::Db(flat.engine.Tracker->NoiseFloor[100]), minimum + threshold, 1e-9);
-    EXPECT_NEAR(flat.engine.Tracker->MeanLevelDb, minimum + threshold, 1e-9);
-    EXPECT_EQ(flat.engine.Tracker->NoiseFloor[0], 0.0);
-}
-
 // A magnitude of exactly 0 has the level -infinity; neither it nor one that overflows a float may stay.
 TEST(NoiseEngine, ComesBackFromLevelsWithoutBounds) {
     for (const double extreme : {0.0, 1e-300, 1e30}) {

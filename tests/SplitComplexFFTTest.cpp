@@ -56,16 +56,11 @@ Data Double(std::int32_t points) { return Data(CreateFFTWORKINGDATA_D(points)); 
 } // namespace
 
 TEST(WorkingData, RoundsUpToAPowerOfTwo) {
-    const std::int32_t sizes[][2] = {{-5, 2},
-                                     {0, 2},
-                                     {1, 2},
-                                     {2, 2},
-                                     {3, 4},
-                                     {4096, 4096},
-                                     {4097, 8192},
-                                     {200'000'000, 1 << 28},
-                                     {std::numeric_limits<std::int32_t>::max(), 1 << 30}};
-    for (const auto &[requested, size] : sizes) {
+    const std::int32_t most = std::numeric_limits<std::int32_t>::max();
+    const std::int32_t requests[] = {-5, 0, 1, 2, 3, 4096, 4097, 200'000'000, most};
+    const std::int32_t sizes[] = {2, 2, 2, 2, 4, 4096, 8192, 1 << 28, 1 << 30};
+    for (std::size_t i = 0; i < std::size(requests); ++i) {
+        const std::int32_t requested = requests[i], size = sizes[i];
         const FFTWORKINGDATA_D data(requested);
         EXPECT_EQ(data.fftSpec->size, size);
         EXPECT_EQ(data.fftSpec->spec != nullptr, size <= 8192);
