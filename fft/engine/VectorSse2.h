@@ -54,7 +54,6 @@ struct VectorD {
     friend VectorD Min(VectorD a, VectorD b) { return {_mm_min_pd(a.v, b.v)}; }
     friend VectorD Max(VectorD a, VectorD b) { return {_mm_max_pd(a.v, b.v)}; }
     friend VectorD Sqrt(VectorD a) { return {_mm_sqrt_pd(a.v)}; }
-    friend VectorD Abs(VectorD a) { return {_mm_andnot_pd(_mm_set1_pd(-0.0), a.v)}; }
 
     friend MaskD operator<(VectorD a, VectorD b) { return {_mm_cmplt_pd(a.v, b.v)}; }
     friend MaskD operator<=(VectorD a, VectorD b) { return {_mm_cmple_pd(a.v, b.v)}; }
