@@ -28,4 +28,11 @@ constexpr ParameterInfo parameters[parameterCount] = {
 
 const ParameterInfo &ParameterAt(int index) noexcept { return parameters[index]; }
 
+ParameterValues DefaultValues() noexcept {
+    ParameterValues values{};
+    for (std::size_t i = 0; i < values.size(); ++i)
+        values[i] = parameters[i].defaultValue;
+    return values;
+}
+
 } // namespace quietfloor

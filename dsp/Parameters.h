@@ -3,6 +3,8 @@
 #ifndef QUIETFLOOR_DSP_PARAMETERS_H
 #define QUIETFLOOR_DSP_PARAMETERS_H
 
+#include <array>
+
 namespace quietfloor {
 
 struct ParameterInfo {
@@ -19,6 +21,11 @@ inline constexpr int parameterCount = 14;
 
 /// Row `index` of the table, 0 to 13 in the order of dsp::SingleChannelAdaptiveNoise::Parameter.
 const ParameterInfo &ParameterAt(int index) noexcept;
+
+/// One value per row of the table.
+using ParameterValues = std::array<float, parameterCount>;
+
+ParameterValues DefaultValues() noexcept;
 
 } // namespace quietfloor
 

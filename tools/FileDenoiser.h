@@ -2,16 +2,12 @@
 #ifndef QUIETFLOOR_TOOLS_FILEDENOISER_H
 #define QUIETFLOOR_TOOLS_FILEDENOISER_H
 
-#include <array>
 #include <filesystem>
 #include <functional>
 
 #include "dsp/Parameters.h"
 
 namespace quietfloor {
-
-/// One value per row of the parameter table; those that cannot be set are ignored.
-using ParameterValues = std::array<float, parameterCount>;
 
 /// Hears the share that is done, 0 to 1, after every block; false ends the work.
 using ProgressListener = std::function<bool(double share)>;
