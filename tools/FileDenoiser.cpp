@@ -1,6 +1,7 @@
 #include "tools/FileDenoiser.h"
 
 #include <algorithm>
+#include <chrono>
 #include <vector>
 
 #include "dsp/SingleChannelAdaptiveNoise.h"
@@ -55,10 +56,10 @@ private:
 // silence at the end.
 class FileStream {
 public:
-    FileStream(const SF_INFO &info, const ParameterValues &values, AudioWriter &target)
-        : denoiser(info, values), writer(target),
+    FileStream(const SF_INFO &info, const DenoiseSettings &settings, AudioWriter &target)
+        : denoiser(info, settings.parameters), writer(target),
           block(static_cast<std::size_t>(blockFrames * info.channels)), channels(info.channels),
-          toDrop(denoiser.LeadIn() + denoiser.Latency()) {
+          toFlush(settings.keepsLatency ? 0 : denoiser.Latency()), toDrop(denoiser.LeadIn() + toFlush) {
         PushSilence(denoiser.LeadIn());
     }
 
@@ -69,7 +70,9 @@ public:
         return frames;
     }
 
-    void Flush() { PushSilence(denoiser.Latency()); }
+    void Flush() { PushSilence(toFlush); }
+
+    int Latency() const { return static_cast<int>(denoiser.Latency()); }
 
 private:
     void Push(sf_count_t frames) {
@@ -90,25 +93,45 @@ private:
     AudioWriter &writer;
     std::vector<float> block;
     int channels;
-    sf_count_t toDrop;
+    sf_count_t toFlush, toDrop;
 };
+
+SF_INFO TargetInfo(const SF_INFO &source, const DenoiseSettings &settings) {
+    SF_INFO info = source;
+    if (settings.container != 0 && settings.container != (source.format & SF_FORMAT_TYPEMASK))
+        info.format = settings.container | (source.format & SF_FORMAT_SUBMASK);
+    if (settings.sampleFormat != 0)
+        info.format = (info.format & ~SF_FORMAT_SUBMASK) | settings.sampleFormat;
+    return info;
+}
 
 } // namespace
 
-void DenoiseFile(const std::filesystem::path &in, const std::filesystem::path &out,
-                 const ParameterValues &values, const ProgressListener &progress) {
-    AudioReader reader(in);
-    AudioWriter writer(out, reader.Info());
-    FileStream stream(reader.Info(), values, writer);
-    sf_count_t done = 0;
+DenoiseReport DenoiseFile(const DenoiseFiles &files, const DenoiseSettings &settings,
+                          const ProgressListener &progress) {
+    const auto start = std::chrono::steady_clock::now();
+    AudioReader reader(files.source);
+    const SF_INFO &source = reader.Info();
+    std::error_code ignored; // one of them does not exist: they differ
+    if (std::filesystem::equivalent(files.source, files.target, ignored))
+        throw FileError(files.target, "is the source, too");
+    if (!settings.overwrites && std::filesystem::exists(files.target))
+        throw FileError(files.target, "exists already");
+    AudioWriter writer(files.target, TargetInfo(source, settings));
+    FileStream stream(source, settings, writer);
+    DenoiseReport report;
+    report.sampleRate = source.samplerate;
+    report.channels = source.channels;
+    report.latency = stream.Latency();
     while (const sf_count_t frames = stream.PushBlockOf(reader)) {
-        done += frames;
-        const auto total = static_cast<double>(std::max(done, reader.Info().frames));
-        if (!progress(static_cast<double>(done) / total))
-            throw FileError(in, "interrupted");
+        report.frames += frames;
+        if (!progress(report.frames, std::max(report.frames, source.frames)))
+            throw Interrupted();
     }
     stream.Flush();
     writer.Commit();
+    report.elapsedSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return report;
 }
 
 } // namespace quietfloor

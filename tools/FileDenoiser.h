@@ -2,21 +2,58 @@
 #ifndef QUIETFLOOR_TOOLS_FILEDENOISER_H
 #define QUIETFLOOR_TOOLS_FILEDENOISER_H
 
+#include <exception>
 #include <filesystem>
 #include <functional>
+
+#include <sndfile.h>
 
 #include "dsp/Parameters.h"
 
 namespace quietfloor {
 
-/// Hears the share that is done, 0 to 1, after every block; false ends the work.
-using ProgressListener = std::function<bool(double share)>;
+/// What is the same for every file of a run. Values must be inside the parameter table's bounds.
+struct DenoiseSettings {
+    ParameterValues parameters = DefaultValues(); // those that cannot be set are ignored
+    bool keepsLatency = false;   // the target is late by the latency, cut at the source's length
+    bool writesResidual = false; // the target gets what was removed: target + cleaned = source
+    double mix = 1.0;            // share of the cleaned sound, 0 to 1; the rest is the source
+    double primeSeconds = 0.0;   // how much of the beginning is learnt from before the real pass
+    int container = 0;           // SF_FORMAT_TYPEMASK bits; 0 keeps the source's
+    int sampleFormat = 0;        // SF_FORMAT_SUBMASK bits; 0 keeps the source's
+    bool overwrites = false;     // else a target that exists is an error
+};
 
-/// Reads `in` and writes `out` in the same container, sample format, rate and channels, with as many
-/// frames and no shift. Each channel is cleaned alone. Memory does not grow with the file. Throws
-/// FileError, and then `out` is what it was before.
-void DenoiseFile(const std::filesystem::path &in, const std::filesystem::path &out,
-                 const ParameterValues &values, const ProgressListener &progress);
+/// Files of one job. "-" is standard input or output.
+struct DenoiseFiles {
+    std::filesystem::path source, target;
+    std::filesystem::path spectrogram; // PNG; empty for none
+};
+
+struct DenoiseReport {
+    sf_count_t frames = 0;
+    int sampleRate = 0, channels = 0;
+    int latency = 0;               // samples; compensated unless kept
+    double noiseFloorBefore = 0.0; // dBFS: 10th percentile of the levels of 50 ms blocks
+    double noiseFloorAfter = 0.0;  // of what was written, or would have been for a residual
+    sf_count_t clippedSamples = 0; // beyond full scale when converted to the target's format
+    double elapsedSeconds = 0.0;   // wall clock
+};
+
+/// Hears after every block how many frames are done and how many there are (0: nobody knows); false ends
+/// the work, and DenoiseFile then throws Interrupted.
+using ProgressListener = std::function<bool(sf_count_t done, sf_count_t total)>;
+
+class Interrupted : public std::exception {
+public:
+    const char *what() const noexcept override { return "interrupted"; }
+};
+
+/// Each channel is cleaned alone; the target has as many frames as the source and is not shifted. Memory
+/// does not grow with the file. May run on several threads at once, with results independent of that.
+/// Throws FileError, Interrupted or std::bad_alloc, and then the target is what it was before.
+DenoiseReport DenoiseFile(const DenoiseFiles &files, const DenoiseSettings &settings,
+                          const ProgressListener &progress);
 
 } // namespace quietfloor
 

@@ -74,8 +74,8 @@ void AddParameters(CLI::App &app, ParameterValues &values) {
 // Shows whole percents, on a terminal only.
 class ProgressLine {
 public:
-    bool operator()(double share) {
-        const int percent = static_cast<int>(100.0 * share);
+    bool operator()(sf_count_t done, sf_count_t total) {
+        const int percent = total > 0 ? static_cast<int>(100 * done / total) : 0;
         if (isShown && percent != lastPercent)
             std::fprintf(stderr, "\r%3d %%%s", percent, percent == 100 ? "\n" : "");
         lastPercent = percent;
@@ -97,7 +97,10 @@ int Run(const std::filesystem::path &in, const std::filesystem::path &out, const
     if (std::filesystem::equivalent(in, out, ignored))
         return Fail(exitUsage, out.string() + ": input and output are the same file");
     try {
-        DenoiseFile(in, out, values, ProgressLine());
+        DenoiseSettings settings;
+        settings.parameters = values;
+        settings.overwrites = true;
+        DenoiseFile({in, out, {}}, settings, ProgressLine());
         return exitDone;
     } catch (const std::bad_alloc &) {
         return Fail(exitFileFailed, in.string() + ": out of memory");
