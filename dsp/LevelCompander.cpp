@@ -30,7 +30,7 @@ std::int32_t LevelCompander::CompressBlock(float *samples, std::int64_t position
     for (std::int32_t done = 0; done < count;) {
         const std::int32_t piece = std::min(count - done, capacity);
         MakeRoom(position + done, piece);
-        float *first = samples + std::int64_t{done} * ChannelCount();
+        float *const first = samples + static_cast<std::ptrdiff_t>(done) * ChannelCount();
         for (std::int32_t c = 0; c < ChannelCount(); ++c)
             CompressChannel(first + c, piece, ChannelCount(), c, gainBuffer[c].data() + fillCount,
                             dryBuffer[c].data() + fillCount);
@@ -62,14 +62,13 @@ void LevelCompander::MakeRoom(std::int64_t position, std::int32_t count) {
 std::int32_t LevelCompander::CompressChannel(float *samples, std::int32_t count, std::int32_t stride,
                                              std::int32_t channel, float *gainsOut, float *dryOut) {
     double e = envelope[channel];
-    for (std::int32_t i = 0; i < count; ++i) {
-        float &sample = samples[std::int64_t{i} * stride];
-        dryOut[i] = sample;
-        const double x = std::fabs(sample);
+    for (std::int32_t i = 0; i < count; ++i, samples += stride) {
+        dryOut[i] = *samples;
+        const double x = std::fabs(*samples);
         e = x > e ? (1.0 - attack) * x + attack * e : e * release;
         const double level = 20.0 * std::log10(e); // -infinity for silence: never above the threshold
         const float gain = level > threshold ? GainAt(level) : 1.0f;
-        sample *= gain;
+        *samples *= gain;
         gainsOut[i] = 1.0f / gain;
     }
     if (count > 0)

@@ -288,7 +288,8 @@ struct Engine {
                 floor[k] += tracker.floor[k];
             Spread(floor, 2, half - 1, half - 2, 1);
         }
-        boostDb = std::max(0.0, boostDb - 60000.0 / 40 / (static_cast<double>(rate) / (2 * half / hop)));
+        const int overlap = 2 * half / hop;
+        boostDb = std::max(0.0, boostDb - 60000.0 / 40 * overlap / rate);
         position += hop;
     }
 
@@ -310,7 +311,7 @@ struct Engine {
     }
 
     void Deviate(const double *db) {
-        const int w = std::max(1, static_cast<int>(static_cast<double>(half) / bandCount + 0.5));
+        const int w = std::max(1, static_cast<int>(std::floor(static_cast<double>(half) / bandCount + 0.5)));
         const auto square = [&](int j) {
             const double e = std::clamp(db[j] - (Db(floor[j]) + 3 - s.KneeDb), 0.0, 3.0);
             return e * e;
