@@ -118,6 +118,7 @@ namespace dsp {
 
 // Records of one layout under four names, kept for hosts that link against them: nothing in the
 // library makes or reads one. Assignment copies the fields; the record owns nothing.
+// NOLINTBEGIN(bugprone-macro-parentheses): a class's name takes none.
 #define QUIETFLOOR_FFT_RECORD(Name)                                                                          \
     class Name {                                                                                             \
     public:                                                                                                  \
@@ -127,6 +128,7 @@ namespace dsp {
         void *spec = nullptr;                                                                                \
         std::int32_t size = 0; /* points; what GetSize returns */                                            \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 
 QUIETFLOOR_FFT_RECORD(IppFFT);
 QUIETFLOOR_FFT_RECORD(IppFFT32);
