@@ -80,7 +80,7 @@ public:
         kUnused = 12,
         kActive = 13
     };
-    static constexpr int kParamCount = 14;
+    static constexpr int kParamCount = 14; ///< of the table above, those without effect among them
 
     /// Ready to process at 44100 Hz with the defaults of the table. Allocates; throws std::bad_alloc.
     QUIETFLOOR_API SingleChannelAdaptiveNoise();
@@ -89,6 +89,7 @@ public:
     /// An independent object with the same parameters and the same history: both go on bit for bit
     /// as the original would. Allocates; if that throws std::bad_alloc, the target is unchanged.
     QUIETFLOOR_API SingleChannelAdaptiveNoise(const SingleChannelAdaptiveNoise &other);
+    /// As the copy.
     QUIETFLOOR_API SingleChannelAdaptiveNoise &operator=(const SingleChannelAdaptiveNoise &other);
 
     /// Reads `count` samples from `in` and writes `count` samples to `out`, which may be `in` itself

@@ -10,6 +10,7 @@ namespace dsp {
 /// uses one.
 class WhiteNoise {
 public:
+    /// Changes nothing.
     QUIETFLOOR_API WhiteNoise &operator=(const WhiteNoise &other);
 };
 

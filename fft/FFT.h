@@ -49,18 +49,18 @@ public:
     FFTWORKINGDATA_F &operator=(const FFTWORKINGDATA_F &) = delete;
     ~FFTWORKINGDATA_F() override;
 
-    quietfloor::IppsFFTSpec_32f *fftSpec = nullptr; // owned; with null no routine does anything
+    quietfloor::IppsFFTSpec_32f *fftSpec = nullptr; ///< owned; with null no routine does anything
 };
 
 /// Double precision, of the smallest power of two, at least 2, that is not below the request.
 class FFTWORKINGDATA_D : public FFTWORKINGDATA {
 public:
-    explicit FFTWORKINGDATA_D(std::int32_t requestedSize);
+    explicit FFTWORKINGDATA_D(std::int32_t requestedSize); ///< in points
     FFTWORKINGDATA_D(const FFTWORKINGDATA_D &) = delete;
     FFTWORKINGDATA_D &operator=(const FFTWORKINGDATA_D &) = delete;
     ~FFTWORKINGDATA_D() override;
 
-    quietfloor::IppsFFTSpec_64f *fftSpec = nullptr; // owned; with null no routine does anything
+    quietfloor::IppsFFTSpec_64f *fftSpec = nullptr; ///< owned; with null no routine does anything
 };
 
 /// Working data for 64 points in single precision; the caller deletes it. Throws std::bad_alloc.
@@ -105,6 +105,7 @@ QUIETFLOOR_API void LFFT2CF(float *x, float *y, float *xRe, float *xIm, float *y
 /// `zIm`. Nothing is checked.
 QUIETFLOOR_API void SplitComplexSpectrumToLR(float *zRe, float *zIm, int channel, float **channelRe,
                                              float **channelIm, int n);
+/// The same in double precision.
 QUIETFLOOR_API void SplitComplexSpectrumToLR(double *zRe, double *zIm, int channel, double **channelRe,
                                              double **channelIm, int n);
 
@@ -116,8 +117,8 @@ QUIETFLOOR_API void CombineLRSpectrumToComplex(int channel, float **channelRe, f
 
 namespace dsp {
 
-// Records of one layout under four names, kept for hosts that link against them: nothing in the
-// library makes or reads one. Assignment copies the fields; the record owns nothing.
+/// Records of one layout under four names, kept for hosts that link against them: nothing in the
+/// library makes or reads one. Assignment copies the fields; the record owns nothing.
 // NOLINTBEGIN(bugprone-macro-parentheses): a class's name takes none.
 #define QUIETFLOOR_FFT_RECORD(Name)                                                                          \
     class Name {                                                                                             \

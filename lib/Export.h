@@ -3,19 +3,20 @@
 #define QUIETFLOOR_LIB_EXPORT_H
 
 // The version lives here only; CMake, the package files and the program read it from these lines.
-#define QUIETFLOOR_VERSION_MAJOR 0
-#define QUIETFLOOR_VERSION_MINOR 1
-#define QUIETFLOOR_VERSION_PATCH 0
+#define QUIETFLOOR_VERSION_MAJOR 0 ///< another one breaks hosts
+#define QUIETFLOOR_VERSION_MINOR 1 ///< adds to the interface; below 1.0.0 it may change it
+#define QUIETFLOOR_VERSION_PATCH 0 ///< mends
 
-// "major.minor.patch"
 #define QUIETFLOOR_TEXT_OF(value) #value
 #define QUIETFLOOR_JOIN_VERSION(major, minor, patch)                                                         \
     QUIETFLOOR_TEXT_OF(major) "." QUIETFLOOR_TEXT_OF(minor) "." QUIETFLOOR_TEXT_OF(patch)
+/// "major.minor.patch"
 #define QUIETFLOOR_VERSION                                                                                   \
     QUIETFLOOR_JOIN_VERSION(QUIETFLOOR_VERSION_MAJOR, QUIETFLOOR_VERSION_MINOR, QUIETFLOOR_VERSION_PATCH)
 
-// QUIETFLOOR_STATIC is defined by users of the static library, QUIETFLOOR_BUILDING by the build of
-// the shared one. Without either, names are imported from the shared library.
+/// Before each exported name. QUIETFLOOR_STATIC is defined by users of the static library,
+/// QUIETFLOOR_BUILDING by the build of the shared one; without either, names are imported from the shared
+/// library.
 #if defined(QUIETFLOOR_STATIC)
 #define QUIETFLOOR_API
 #elif defined(_WIN32)

@@ -111,10 +111,13 @@ QUIETFLOOR_API float quietfloor_parameter_default(int index);
 /// 1 if setting it does something; 0 if not, and for an index out of range.
 QUIETFLOOR_API int quietfloor_parameter_is_settable(int index);
 
-/// Name (lower case, with hyphens), unit ("dB", "Hz", "ms", "%", "samples" or "") and one line of
-/// description; null for an index out of range.
+/// Lower case, with hyphens; null for an index out of range.
 QUIETFLOOR_API const char *quietfloor_parameter_name(int index);
+
+/// "dB", "Hz", "ms", "%", "samples" or ""; null for an index out of range.
 QUIETFLOOR_API const char *quietfloor_parameter_unit(int index);
+
+/// One line for people; null for an index out of range.
 QUIETFLOOR_API const char *quietfloor_parameter_description(int index);
 
 /// The version of the library that runs, as "major.minor.patch". What a program was compiled against
