@@ -1,0 +1,98 @@
+/// What the plug-ins of all formats have in common: from a host's ports to the noise reducers.
+#ifndef QUIETFLOOR_PLUGINS_STREAMADAPTER_H
+#define QUIETFLOOR_PLUGINS_STREAMADAPTER_H
+
+#include <array>
+#include <memory>
+#include <vector>
+
+#include "plugins/Fade.h"
+#include "plugins/ReducerGroup.h"
+
+namespace quietfloor {
+
+inline constexpr int mostChannels = 2;
+
+/// Where a host keeps what it gives and takes; null is not connected. Any of them may share memory.
+struct PortConnections {
+    std::array<const float *, mostChannels> in{};
+    std::array<float *, mostChannels> out{};
+    std::array<const float *, parameterCount> controls{}; // by parameter; not finite: as it was
+    const float *enabled = nullptr;                       // 0 and below: the input, only delayed
+    float *latency = nullptr;                             // samples
+};
+
+/// Start    `Activate` takes the controls as they stand. A host may connect them only later; then the first
+///          block builds the reducers for them, unless there is a worker: the one block that may allocate.
+/// Threads  One thread at a time. A change of the FFT size, the filter mode or the knee takes a new
+///          group of reducers: with a worker, which is a thread of the host's for such things, it is built
+///          there, handed over here, and what is released is freed there; without one the change waits
+///          for `Activate`.
+/// Change   A new group first listens along until it has learnt the noise, one second and some more at
+///          large sizes; then it is faded in, and the latency follows. As the delay differs, a moment
+///          of the sound is heard again or left out.
+/// Bypass   `enabled` fades between the sound with and without noise. Both are equally late.
+class StreamAdapter {
+public:
+    /// Allocates; throws std::bad_alloc. `channels` is 1 or 2, the rate at least 1 Hz.
+    StreamAdapter(int channels, int sampleRate, bool hasWorker);
+
+    PortConnections ports;
+
+    /// As a new stream, with the controls as they stand now. Allocates; if memory runs out, the stream
+    /// goes on with the reducers it had.
+    void Activate() noexcept;
+
+    /// All channels' inputs and outputs are connected. Any count. Never allocates (but see
+    /// Start), locks or throws.
+    void Process(std::size_t frames) noexcept;
+
+    /// After `Process`: whether the controls ask for another group than the newest one.
+    bool NeedsRebuild() const noexcept;
+
+    /// What to build it for.
+    const ParameterValues &WantedValues() const noexcept { return wanted; }
+
+    /// Whether no other change is under way.
+    bool CanTakeOver() const noexcept { return !incoming && !retired; }
+
+    /// To be called only if it can.
+    void TakeOver(std::unique_ptr<ReducerGroup> group) noexcept;
+
+    /// The group that a change has replaced, for once; null if there is none.
+    std::unique_ptr<ReducerGroup> ReleaseRetired() noexcept { return std::move(retired); }
+
+    /// May be called by any thread, at any time. Allocates; null if memory runs out.
+    std::unique_ptr<ReducerGroup> Build(const ParameterValues &values) const noexcept;
+
+private:
+    static constexpr std::size_t blockLength = 256;
+    using Block = std::array<float, blockLength>;
+
+    struct Channel {
+        DelayLine dry;
+        Block input{}, output{};
+    };
+
+    bool AreControlsConnected() const noexcept;
+    void ReadControls() noexcept;
+    void MakeUpForBlindStart() noexcept;
+    bool IsEnabled() const noexcept;
+    void ProcessBlock(std::size_t start, std::size_t count) noexcept;
+    void Render(ReducerGroup &group, std::size_t channel, std::span<float> out) noexcept;
+    void FadeIncomingIn(std::size_t count) noexcept;
+
+    const int sampleRate; // Hz
+    const bool hasWorker;
+    bool hasStartedBlind = false; // when it was activated, controls were not connected yet
+    std::vector<Channel> channels;
+    ParameterValues wanted = DefaultValues();
+    std::unique_ptr<ReducerGroup> current, incoming, retired;
+    Fade enabling, handover;
+    long long listeningLeft = 0; // samples until the incoming group has heard enough
+    Block dryBlock{}, incomingBlock{}, enabledShares{}, handoverShares{};
+};
+
+} // namespace quietfloor
+
+#endif
