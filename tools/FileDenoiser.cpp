@@ -2,134 +2,119 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
+#include <optional>
 #include <vector>
 
-#include "dsp/SingleChannelAdaptiveNoise.h"
-#include "tools/AudioFile.h"
+#include "tools/AudioReader.h"
+#include "tools/AudioWriter.h"
+#include "tools/SoundStream.h"
+#include "tools/Spectrogram.h"
+#include "tools/TargetFormat.h"
 
 namespace quietfloor {
 namespace {
 
-constexpr sf_count_t blockFrames = 8192;
-
-// One reducer per channel over interleaved frames.
-class InterleavedDenoiser {
-public:
-    InterleavedDenoiser(const SF_INFO &info, const ParameterValues &values)
-        : reducers(static_cast<std::size_t>(info.channels)), channel(blockFrames) {
-        for (dsp::SingleChannelAdaptiveNoise &reducer : reducers) {
-            for (int i = 0; i < parameterCount; ++i)
-                if (ParameterAt(i).isSettable)
-                    reducer.SetParameter(i, values[static_cast<std::size_t>(i)]);
-            reducer.SetSampleRate(info.samplerate);
-            reducer.Resume();
-        }
-    }
-
-    sf_count_t Latency() const { return reducers.front().GetLatency(); }
-
-    // Silence to send ahead: the filter's first block begins half a hop into the stream.
-    sf_count_t LeadIn() const {
-        const bool isFilter =
-            reducers.front().GetParameter(dsp::SingleChannelAdaptiveNoise::kFilterMode) != 0.0f;
-        return isFilter ? Latency() : 0;
-    }
-
-    // In place; at most `blockFrames` frames.
-    void Process(float *block, sf_count_t frames) {
-        const auto count = static_cast<std::size_t>(frames);
-        for (std::size_t c = 0; c < reducers.size(); ++c) {
-            for (std::size_t i = 0; i < count; ++i)
-                channel[i] = block[i * reducers.size() + c];
-            reducers[c].Process(channel.data(), channel.data(), static_cast<int>(count));
-            for (std::size_t i = 0; i < count; ++i)
-                block[i * reducers.size() + c] = channel[i];
-        }
-    }
-
-private:
-    std::vector<dsp::SingleChannelAdaptiveNoise> reducers;
-    std::vector<float> channel;
-};
-
-// A file's way through the reducers: what they are late is dropped at the front and pushed out by
-// silence at the end.
-class FileStream {
-public:
-    FileStream(const SF_INFO &info, const DenoiseSettings &settings, AudioWriter &target)
-        : denoiser(info, settings.parameters), writer(target),
-          block(static_cast<std::size_t>(blockFrames * info.channels)), channels(info.channels),
-          toFlush(settings.keepsLatency ? 0 : denoiser.Latency()), toDrop(denoiser.LeadIn() + toFlush) {
-        PushSilence(denoiser.LeadIn());
-    }
-
-    // Returns how many frames there were; 0 at the end of the file.
-    sf_count_t PushBlockOf(AudioReader &reader) {
-        const sf_count_t frames = reader.Read(block.data(), blockFrames);
-        Push(frames);
-        return frames;
-    }
-
-    void Flush() { PushSilence(toFlush); }
-
-    int Latency() const { return static_cast<int>(denoiser.Latency()); }
-
-private:
-    void Push(sf_count_t frames) {
-        denoiser.Process(block.data(), frames);
-        const sf_count_t dropped = std::min(toDrop, frames);
-        toDrop -= dropped;
-        writer.Write(block.data() + dropped * channels, frames - dropped);
-    }
-
-    void PushSilence(sf_count_t frames) {
-        for (; frames > 0; frames -= blockFrames) {
-            std::fill(block.begin(), block.end(), 0.0f);
-            Push(std::min(frames, blockFrames));
-        }
-    }
-
-    InterleavedDenoiser denoiser;
-    AudioWriter &writer;
-    std::vector<float> block;
-    int channels;
-    sf_count_t toFlush, toDrop;
-};
-
-SF_INFO TargetInfo(const SF_INFO &source, const DenoiseSettings &settings) {
-    SF_INFO info = source;
-    if (settings.container != 0 && settings.container != (source.format & SF_FORMAT_TYPEMASK))
-        info.format = settings.container | (source.format & SF_FORMAT_SUBMASK);
-    if (settings.sampleFormat != 0)
-        info.format = (info.format & ~SF_FORMAT_SUBMASK) | settings.sampleFormat;
-    return info;
+// By any name: through links of either kind, and as what standard output leads to.
+void CheckDistinct(const DenoiseFiles &files) {
+    if (IsStandardStream(files.source))
+        return;
+    const std::filesystem::path target = IsStandardStream(files.target) ? "/dev/stdout" : files.target;
+    std::error_code ignored; // one of them does not exist: they differ
+    if (std::filesystem::is_regular_file(target, ignored) &&
+        std::filesystem::equivalent(files.source, target, ignored))
+        throw FileError(files.target, "is the source, too");
 }
+
+// The beginning of the sound, up to so many seconds. Grows with what there is, not with what is allowed.
+std::vector<float> ReadBeginning(AudioReader &reader, double seconds) {
+    const auto channels = static_cast<std::size_t>(reader.Info().channels);
+    const double wanted = seconds * reader.Info().samplerate;
+    std::vector<float> beginning;
+    while (static_cast<double>(beginning.size() / channels) < wanted) {
+        const std::size_t before = beginning.size();
+        const double missing = wanted - static_cast<double>(before / channels);
+        const auto frames = static_cast<sf_count_t>(
+            std::min(std::ceil(missing), static_cast<double>(SoundStream::blockFrames)));
+        beginning.resize(before + static_cast<std::size_t>(frames) * channels);
+        const sf_count_t count = reader.Read(beginning.data() + before, frames);
+        beginning.resize(before + static_cast<std::size_t>(count) * channels);
+        if (count == 0)
+            break;
+    }
+    return beginning;
+}
+
+// Brings the sound block by block and tells the listener.
+class Transfer {
+public:
+    Transfer(AudioReader &from, SoundStream &to, const ProgressListener &toTell)
+        : reader(from), stream(to), listener(toTell) {}
+
+    sf_count_t Done() const { return done; }
+
+    void PushBeginning(const std::vector<float> &frames) {
+        const sf_count_t count = static_cast<sf_count_t>(frames.size()) / reader.Info().channels;
+        while (done < count)
+            Push(frames.data() + done * reader.Info().channels,
+                 std::min(count - done, SoundStream::blockFrames));
+    }
+
+    void PushRest() {
+        std::vector<float> block(static_cast<std::size_t>(SoundStream::blockFrames * reader.Info().channels));
+        while (const sf_count_t count = reader.Read(block.data(), SoundStream::blockFrames))
+            Push(block.data(), count);
+    }
+
+private:
+    void Push(const float *frames, sf_count_t count) {
+        stream.Push(frames, count);
+        done += count;
+        const sf_count_t known = reader.KnownFrames();
+        if (!listener(done, known > 0 ? std::max(done, known) : 0))
+            throw Interrupted();
+    }
+
+    AudioReader &reader;
+    SoundStream &stream;
+    const ProgressListener &listener;
+    sf_count_t done = 0;
+};
 
 } // namespace
 
 DenoiseReport DenoiseFile(const DenoiseFiles &files, const DenoiseSettings &settings,
                           const ProgressListener &progress) {
     const auto start = std::chrono::steady_clock::now();
+    CheckDistinct(files);
     AudioReader reader(files.source);
     const SF_INFO &source = reader.Info();
-    std::error_code ignored; // one of them does not exist: they differ
-    if (std::filesystem::equivalent(files.source, files.target, ignored))
-        throw FileError(files.target, "is the source, too");
-    if (!settings.overwrites && std::filesystem::exists(files.target))
-        throw FileError(files.target, "exists already");
-    AudioWriter writer(files.target, TargetInfo(source, settings));
-    FileStream stream(source, settings, writer);
+    const SF_INFO format = TargetInfo(source, settings.container, settings.sampleFormat, files.target);
+    AudioWriter writer(files.target, format, settings.overwrites, reader);
+    std::optional<Spectrogram> picture;
+    if (!files.spectrogram.empty())
+        picture.emplace(source.samplerate);
+    SoundStream stream(source, settings, writer, picture ? &*picture : nullptr);
+    Transfer transfer(reader, stream, progress);
+    std::vector<float> beginning = ReadBeginning(reader, settings.primeSeconds);
+    stream.Prime(beginning);
+    stream.Begin();
+    transfer.PushBeginning(beginning);
+    beginning = {};
+    transfer.PushRest();
+    stream.End();
+    if (picture)
+        picture->Save(files.spectrogram);
+    writer.Commit();
     DenoiseReport report;
+    report.frames = transfer.Done();
+    report.truncated = report.frames < reader.KnownFrames();
     report.sampleRate = source.samplerate;
     report.channels = source.channels;
     report.latency = stream.Latency();
-    while (const sf_count_t frames = stream.PushBlockOf(reader)) {
-        report.frames += frames;
-        if (!progress(report.frames, std::max(report.frames, source.frames)))
-            throw Interrupted();
-    }
-    stream.Flush();
-    writer.Commit();
+    report.noiseFloorBefore = stream.FloorBeforeDb();
+    report.noiseFloorAfter = stream.FloorAfterDb();
+    report.clippedSamples = writer.ClippedSamples();
     report.elapsedSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return report;
 }

@@ -37,6 +37,7 @@ struct DenoiseReport {
     double noiseFloorBefore = 0.0; // dBFS: 10th percentile of the levels of 50 ms blocks
     double noiseFloorAfter = 0.0;  // of what was written, or would have been for a residual
     sf_count_t clippedSamples = 0; // beyond full scale when converted to the target's format
+    bool truncated = false;        // the source ended before its header says; what there was is done
     double elapsedSeconds = 0.0;   // wall clock
 };
 

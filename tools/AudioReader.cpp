@@ -1,0 +1,76 @@
+#include "tools/AudioReader.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <string>
+
+#include "tools/Descriptor.h"
+#include "tools/OutputFile.h"
+
+namespace fs = std::filesystem;
+
+namespace quietfloor {
+
+AudioReader::AudioReader(const fs::path &path)
+    : name(IsStandardStream(path) ? fs::path("standard input") : path), file(OpenAny(path), sf_close) {
+    if (!file)
+        throw FileError(name, sf_strerror(nullptr));
+    CheckLimits();
+}
+
+SNDFILE *AudioReader::OpenStream(int descriptor) {
+    if (IsSeekable(descriptor))
+        return sf_open_fd(descriptor, SFM_READ, &info, SF_FALSE);
+    pipe = std::make_unique<PipeInput>(descriptor);
+    return pipe->Open(info);
+}
+
+SNDFILE *AudioReader::OpenAny(const fs::path &path) {
+    if (IsStandardStream(path))
+        return OpenStream(StandardInput());
+    std::error_code failure;
+    const fs::file_status status = fs::status(path, failure);
+    if (failure)
+        throw FileError(name, failure.message());
+    if (fs::is_directory(status))
+        throw FileError(name, "is a directory");
+    if (!fs::is_regular_file(status)) { // a named pipe
+        const int descriptor = OpenExisting(path);
+        if (descriptor < 0)
+            throw FileError(name, std::strerror(errno));
+        return OpenStream(descriptor);
+    }
+#if defined(_WIN32)
+    return sf_wchar_open(path.c_str(), SFM_READ, &info);
+#else
+    return sf_open(path.c_str(), SFM_READ, &info);
+#endif
+}
+
+void AudioReader::CheckLimits() const {
+    if (info.channels < 1)
+        throw FileError(name, "has no channels");
+    if (info.channels > mostChannels)
+        throw FileError(name, "has " + std::to_string(info.channels) + " channels, more than the " +
+                                  std::to_string(mostChannels) + " that are taken");
+    if (info.samplerate < 1 || info.samplerate > highestRate)
+        throw FileError(name, "has a sample rate of " + std::to_string(info.samplerate) + " Hz; 1 to " +
+                                  std::to_string(highestRate) + " Hz are taken");
+}
+
+sf_count_t AudioReader::KnownFrames() const noexcept {
+    return pipe || info.frames == SF_COUNT_MAX ? 0 : info.frames;
+}
+
+sf_count_t AudioReader::Read(float *block, sf_count_t frames) {
+    const sf_count_t count = sf_readf_float(file.get(), block, frames);
+    if (sf_error(file.get()) != SF_ERR_NO_ERROR)
+        throw FileError(name, sf_strerror(file.get()));
+    std::replace_if(
+        block, block + count * info.channels, [](float sample) { return !std::isfinite(sample); }, 0.0f);
+    return count;
+}
+
+} // namespace quietfloor

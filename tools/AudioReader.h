@@ -1,0 +1,50 @@
+/// Sound from a file or a pipe, block by block.
+#ifndef QUIETFLOOR_TOOLS_AUDIOREADER_H
+#define QUIETFLOOR_TOOLS_AUDIOREADER_H
+
+#include <filesystem>
+#include <memory>
+
+#include <sndfile.h>
+
+#include "tools/FileError.h"
+#include "tools/PipeInput.h"
+
+namespace quietfloor {
+
+using SoundFile = std::unique_ptr<SNDFILE, int (*)(SNDFILE *)>;
+
+class AudioReader {
+public:
+    static constexpr int highestRate = 10'000'000; // Hz; more is a damaged header
+    static constexpr int mostChannels = 256;
+
+    /// "-" is standard input. Throws FileError, for no channels, too many of them or too high a rate, too.
+    explicit AudioReader(const std::filesystem::path &path);
+
+    /// The number of frames is what the header claims; from a pipe it means nothing.
+    const SF_INFO &Info() const noexcept { return info; }
+
+    /// How many frames a file has; 0 for a pipe, of which nobody knows.
+    sf_count_t KnownFrames() const noexcept;
+
+    /// Interleaved frames, full scale +-1; what is not finite is 0. Returns how many there were: fewer than
+    /// `frames` only where the sound ends. Throws FileError.
+    sf_count_t Read(float *block, sf_count_t frames);
+
+    SNDFILE *Handle() const noexcept { return file.get(); }
+
+private:
+    SNDFILE *OpenStream(int descriptor);
+    SNDFILE *OpenAny(const std::filesystem::path &path);
+    void CheckLimits() const;
+
+    std::filesystem::path name; // as errors show it
+    SF_INFO info{};
+    std::unique_ptr<PipeInput> pipe;
+    SoundFile file;
+};
+
+} // namespace quietfloor
+
+#endif

@@ -1,0 +1,48 @@
+/// A pipe that libsndfile can read like a file.
+#ifndef QUIETFLOOR_TOOLS_PIPEINPUT_H
+#define QUIETFLOOR_TOOLS_PIPEINPUT_H
+
+#include <cstdint>
+#include <vector>
+
+#include <sndfile.h>
+
+namespace quietfloor {
+
+/// A file without an end, of which only the beginning can be read twice. libsndfile's own way to read a
+/// pipe cannot go back at all, which some formats need, and it trusts the sizes in a header, which whoever
+/// writes to a pipe does not know. A WAV header without sizes is therefore shown as one of the 64-bit kind
+/// (RF64, EBU Tech 3306) with room for any length.
+class PipeInput {
+public:
+    explicit PipeInput(int openDescriptor);
+    ~PipeInput(); ///< closes it unless it is standard input
+
+    PipeInput(const PipeInput &) = delete;
+    PipeInput &operator=(const PipeInput &) = delete;
+
+    /// Null if it is no sound that libsndfile knows, with its reason in sf_strerror. The object must outlive
+    /// what is returned.
+    SNDFILE *Open(SF_INFO &info);
+
+private:
+    static sf_count_t Length(void *self);
+    static sf_count_t Seek(sf_count_t offset, int whence, void *self);
+    static sf_count_t Read(void *to, sf_count_t count, void *self);
+    static sf_count_t Tell(void *self);
+
+    // Appends to the head as many bytes as there are, up to `count`.
+    void Fetch(std::size_t count);
+    std::uint32_t Number(std::size_t at) const; // little endian
+    bool StartsWith(std::size_t at, const char *id) const;
+    void MakeEndlessIfWithoutSize();
+
+    int descriptor;
+    std::vector<unsigned char> head; // what has come so far, while the header is read
+    bool keepsHead = true, isEndless = false;
+    sf_count_t position = 0, passed = 0; // bytes; those that came after the head
+};
+
+} // namespace quietfloor
+
+#endif
