@@ -94,6 +94,8 @@ void AudioWriter::Write(const float *block, sf_count_t frames) {
 }
 
 void AudioWriter::Commit() {
+    if (output.Length() == 0) // without a frame some formats have not written their header yet
+        sf_command(file.get(), SFC_UPDATE_HEADER_NOW, nullptr, 0);
     const int status = sf_close(file.release());
     output.ThrowIfFailed();
     if (status != SF_ERR_NO_ERROR)
