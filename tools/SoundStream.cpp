@@ -23,24 +23,32 @@ SoundStream::SoundStream(const SF_INFO &source, const DenoiseSettings &given, Au
       blockSamples(static_cast<std::size_t>(blockFrames * source.channels)), dry(blockSamples),
       wet(blockSamples), residual(blockSamples), toSkip(given.keepsLatency ? reducers.Latency() : 0) {}
 
-// The reducers still hold the end of what they were taught: silence takes its place.
-void SoundStream::Prime(const std::vector<float> &interleaved) {
-    std::vector<float> block;
-    for (std::size_t at = 0; at < interleaved.size(); at += block.size()) {
+void SoundStream::Teach(const std::vector<float> &interleaved) {
+    for (std::size_t at = 0; at < interleaved.size(); at += blockSamples) {
         const std::size_t count = std::min(blockSamples, interleaved.size() - at);
-        const auto from = interleaved.begin() + static_cast<std::ptrdiff_t>(at);
-        block.assign(from, from + static_cast<std::ptrdiff_t>(count));
-        reducers.Process(block.data(), static_cast<sf_count_t>(count) / channels);
+        std::copy_n(interleaved.begin() + static_cast<std::ptrdiff_t>(at), count, wet.begin());
+        reducers.Process(wet.data(), static_cast<sf_count_t>(count) / channels);
     }
-    if (interleaved.empty() || reducers.LeadIn() > 0)
-        return;
-    block.assign(static_cast<std::size_t>(reducers.Latency() * channels), 0.0f);
-    reducers.Process(block.data(), reducers.Latency());
+}
+
+// What lies just before the beginning is heard in its first frames. Silence there would look like a change
+// of the noise, and the reducers would learn anew: so the beginning itself runs backwards into it.
+void SoundStream::Prime(const std::vector<float> &interleaved) {
+    Teach(interleaved);
+    const auto frame = static_cast<std::ptrdiff_t>(channels);
+    const auto count = std::min(static_cast<std::ptrdiff_t>(interleaved.size()),
+                                static_cast<std::ptrdiff_t>(reducers.Latency()) * frame);
+    std::vector<float> backwards;
+    for (auto at = interleaved.begin() + count; at != interleaved.begin(); at -= frame)
+        backwards.insert(backwards.end(), at - frame, at);
+    Teach(backwards);
+    isPrimed = !interleaved.empty();
 }
 
 void SoundStream::Begin() {
-    toDrop = reducers.LeadIn() + (settings.keepsLatency ? 0 : reducers.Latency());
-    FeedSilence(reducers.LeadIn());
+    const sf_count_t leadIn = isPrimed ? 0 : reducers.LeadIn();
+    toDrop = leadIn + (settings.keepsLatency ? 0 : reducers.Latency());
+    FeedSilence(leadIn);
 }
 
 void SoundStream::Push(const float *frames, sf_count_t count) {

@@ -54,6 +54,7 @@ public:
     double FloorAfterDb() const { return after.FloorDb(); }
 
 private:
+    void Teach(const std::vector<float> &interleaved);
     void Feed(const float *frames, sf_count_t count);
     void FeedSilence(sf_count_t frames);
     void Mix(sf_count_t frames);
@@ -69,8 +70,9 @@ private:
     std::size_t blockSamples;
     std::vector<float> dry, wet, residual; // one block each; wet becomes the mix
     std::vector<float> means[3];           // of the channels, for the picture
-    sf_count_t toDrop = 0;                 // frames
-    sf_count_t toSkip;                     // frames before the sound begins in a late target
+    bool isPrimed = false;
+    sf_count_t toDrop = 0; // frames
+    sf_count_t toSkip;     // frames before the sound begins in a late target
 };
 
 } // namespace quietfloor
