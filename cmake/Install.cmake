@@ -13,6 +13,11 @@ install(TARGETS quietfloor EXPORT quietfloorShared
 install(TARGETS quietfloor_core EXPORT quietfloorStatic ARCHIVE COMPONENT development)
 if(TARGET quietfloor-cli)
     install(TARGETS quietfloor-cli RUNTIME COMPONENT program)
+    if(UNIX)
+        install(FILES docs/quietfloor.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT program)
+        install(FILES tools/completion/quietfloor.bash RENAME quietfloor
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT program)
+    endif()
 endif()
 
 foreach(header dsp/SingleChannelAdaptiveNoise.h dsp/WhiteNoise.h fft/FFT.h lib/Export.h lib/quietfloor.h)

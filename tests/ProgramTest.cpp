@@ -114,7 +114,7 @@ TEST_F(Program, KeepsFormatLengthAndPlace) {
             for (int at = channel; at < c.frames; at += 7000)
                 in.samples[static_cast<std::size_t>(at * c.channels + channel)] = height;
         Save(folder / "in", in);
-        ASSERT_EQ(Run(std::string(c.options) + " in out"), 0) << Said();
+        ASSERT_EQ(Run(std::string(c.options) + " --force in out"), 0) << Said();
         const Sound out = Load(folder / "out");
         EXPECT_EQ(out.info.format, c.format);
         EXPECT_EQ(out.info.channels, c.channels);
@@ -139,7 +139,7 @@ TEST_F(Program, CleansEachChannelAloneAndClips) {
     Save(folder / "in", in);
     const Sound rounded = Load(folder / "in");
     const auto Clean = [this](const std::string &options) {
-        EXPECT_EQ(Run(options + " in out"), 0) << Said();
+        EXPECT_EQ(Run(options + " --force in out"), 0) << Said();
         return Load(folder / "out").samples;
     };
     const auto LeftFallDb = [&](const std::vector<float> &out) {

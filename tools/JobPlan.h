@@ -1,0 +1,24 @@
+/// Which file becomes which.
+#ifndef QUIETFLOOR_TOOLS_JOBPLAN_H
+#define QUIETFLOOR_TOOLS_JOBPLAN_H
+
+#include <vector>
+
+#include "tools/CommandLine.h"
+#include "tools/FileDenoiser.h"
+
+namespace quietfloor {
+
+struct Job {
+    DenoiseFiles files;
+    DenoiseSettings settings;
+};
+
+/// One job for each sound file, in the order given, a folder's files by name. Writes nothing; opens no more
+/// than a regular file to look at its format. Throws UsageError where two outputs would be the same file,
+/// or an output is an input.
+std::vector<Job> PlanJobs(const CommandLine &commandLine);
+
+} // namespace quietfloor
+
+#endif
