@@ -12,11 +12,22 @@
 namespace fs = std::filesystem;
 
 namespace quietfloor {
+namespace {
+
+// Some of libsndfile's reasons are about its own workings.
+std::string ReasonNotOpened(bool isPipe) {
+    const std::string reason = sf_strerror(nullptr);
+    if (isPipe && reason.find("possibly a pipe") != std::string::npos)
+        return "this format cannot be read from a pipe";
+    return reason.find("Internal error") != std::string::npos ? "has a damaged header" : reason;
+}
+
+} // namespace
 
 AudioReader::AudioReader(const fs::path &path)
     : name(IsStandardStream(path) ? fs::path("standard input") : path), file(OpenAny(path), sf_close) {
     if (!file)
-        throw FileError(name, sf_strerror(nullptr));
+        throw FileError(name, ReasonNotOpened(pipe != nullptr));
     CheckLimits();
 }
 
@@ -65,9 +76,15 @@ sf_count_t AudioReader::KnownFrames() const noexcept {
 }
 
 sf_count_t AudioReader::Read(float *block, sf_count_t frames) {
+    if (isDamaged)
+        return 0;
     const sf_count_t count = sf_readf_float(file.get(), block, frames);
-    if (sf_error(file.get()) != SF_ERR_NO_ERROR)
-        throw FileError(name, sf_strerror(file.get()));
+    if (const int error = sf_error(file.get()); error != SF_ERR_NO_ERROR) {
+        if (error == SF_ERR_SYSTEM || done + count == 0)
+            throw FileError(name, sf_strerror(file.get()));
+        isDamaged = true;
+    }
+    done += count;
     std::replace_if(
         block, block + count * info.channels, [](float sample) { return !std::isfinite(sample); }, 0.0f);
     return count;

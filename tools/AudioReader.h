@@ -29,8 +29,12 @@ public:
     sf_count_t KnownFrames() const noexcept;
 
     /// Interleaved frames, full scale +-1; what is not finite is 0. Returns how many there were: fewer than
-    /// `frames` only where the sound ends. Throws FileError.
+    /// `frames` only where the sound ends. It ends early where the file is cut off or cannot be decoded any
+    /// further. Throws FileError where reading fails or nothing can be decoded at all.
     sf_count_t Read(float *block, sf_count_t frames);
+
+    /// After the end: whether there should have been more.
+    bool EndedEarly() const noexcept { return isDamaged || done < KnownFrames(); }
 
     SNDFILE *Handle() const noexcept { return file.get(); }
 
@@ -41,6 +45,8 @@ private:
 
     std::filesystem::path name; // as errors show it
     SF_INFO info{};
+    sf_count_t done = 0; // frames
+    bool isDamaged = false;
     std::unique_ptr<PipeInput> pipe;
     SoundFile file;
 };

@@ -19,11 +19,12 @@ namespace {
 void CheckDistinct(const DenoiseFiles &files) {
     if (IsStandardStream(files.source))
         return;
-    const std::filesystem::path target = IsStandardStream(files.target) ? "/dev/stdout" : files.target;
+    const bool isStream = IsStandardStream(files.target);
+    const std::filesystem::path target = isStream ? "/dev/stdout" : files.target;
     std::error_code ignored; // one of them does not exist: they differ
     if (std::filesystem::is_regular_file(target, ignored) &&
         std::filesystem::equivalent(files.source, target, ignored))
-        throw FileError(files.target, "is the source, too");
+        throw FileError(isStream ? "standard output" : files.target, "is the source, too");
 }
 
 // The beginning of the sound, up to so many seconds. Grows with what there is, not with what is allowed.
@@ -108,7 +109,7 @@ DenoiseReport DenoiseFile(const DenoiseFiles &files, const DenoiseSettings &sett
     writer.Commit();
     DenoiseReport report;
     report.frames = transfer.Done();
-    report.truncated = report.frames < reader.KnownFrames();
+    report.truncated = reader.EndedEarly();
     report.sampleRate = source.samplerate;
     report.channels = source.channels;
     report.latency = stream.Latency();

@@ -20,15 +20,33 @@ namespace {
 fs::path ResolveTarget(const fs::path &path, bool overwrites) {
     std::error_code failure;
     const fs::file_status status = fs::status(path, failure);
+    const bool isLink = fs::is_symlink(path, failure);
+    if (!overwrites && (fs::exists(status) || isLink))
+        Throw(path, EEXIST);
     if (!fs::exists(status))
-        return path;
+        return isLink ? path.parent_path() / fs::read_symlink(path) : path;
     if (!fs::is_regular_file(status))
         throw FileError(path, fs::is_directory(status) ? "is a directory" : "is not a regular file");
-    if (!overwrites)
-        Throw(path, EEXIST);
     if (!IsWritable(path))
         Throw(path, errno);
     return fs::canonical(path);
+}
+
+// Takes a name that nobody has: a short one where the target's leaves no room for more. -1, with errno, if
+// none can be had.
+int CreateBeside(const fs::path &target, fs::path &temporary) {
+    fs::path base = target;
+    for (int attempt = 1; attempt <= 100; ++attempt) {
+        temporary = base;
+        temporary += ".part" + std::to_string(attempt);
+        if (const int descriptor = CreateNew(temporary); descriptor >= 0)
+            return descriptor;
+        if (errno == ENAMETOOLONG && base == target)
+            base.replace_filename("quietfloor");
+        else if (errno != EEXIST)
+            break;
+    }
+    return -1;
 }
 
 } // namespace
@@ -42,13 +60,7 @@ OutputFile::OutputFile(const fs::path &path, bool mayOverwrite) : name(path), ov
         return;
     }
     target = ResolveTarget(path, overwrites);
-    for (int attempt = 1; attempt <= 100 && descriptor < 0; ++attempt) {
-        temporary = target;
-        temporary += ".part" + std::to_string(attempt);
-        descriptor = CreateNew(temporary);
-        if (descriptor < 0 && errno != EEXIST)
-            break;
-    }
+    descriptor = CreateBeside(target, temporary);
     if (descriptor < 0)
         Fail();
 }

@@ -127,7 +127,7 @@ SF_INFO TargetInfo(const SF_INFO &source, int container, int sampleFormat,
     else if (isNewContainer)
         ChooseSamples(info);
     if (IsWav(info.format) && (isNewContainer || IsStandardStream(target))) {
-        info.format = SF_FORMAT_WAV | SamplesOf(info.format);
+        info.format &= ~SF_FORMAT_ENDMASK;
         ExtendWavHeader(info);
     }
     if (!IsPossible(info))
