@@ -16,6 +16,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(ENV{PKG_CONFIG_LIBDIR} ${windows_libraries}/lib/pkgconfig)
+set(PKG_CONFIG_ARGN --static) # with what they are made of
 
 # Debian puts the 64-bit Wine there and not on the path. What it keeps stays out of the home folder.
 set(CMAKE_CROSSCOMPILING_EMULATOR
