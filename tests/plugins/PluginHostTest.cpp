@@ -1,0 +1,201 @@
+// The LV2 plug-ins in a host that has a worker or none, and that sees what its audio thread allocates.
+#include <gtest/gtest.h>
+#include <lilv/lilv.h>
+#include <lv2/worker/worker.h>
+
+#include <array>
+
+#include "tests/Signals.h"
+
+namespace {
+bool isWatching = false;
+int forbidden = 0, allocationsLeft = -1; // the one that makes it 0 fails
+
+bool IsGranted() {
+    forbidden += isWatching;
+    return allocationsLeft < 0 || allocationsLeft-- != 0;
+}
+} // namespace
+
+// These take the place of the C library's own, in the plug-ins too.
+#pragma GCC visibility push(default)
+extern "C" {
+void *__libc_malloc(std::size_t);
+void *__libc_memalign(std::size_t, std::size_t);
+void __libc_free(void *);
+void *malloc(std::size_t bytes) { return IsGranted() ? __libc_malloc(bytes) : nullptr; }
+void *aligned_alloc(std::size_t to, std::size_t n) { return IsGranted() ? __libc_memalign(to, n) : nullptr; }
+void free(void *block) {
+    forbidden += isWatching;
+    __libc_free(block);
+}
+}
+#pragma GCC visibility pop
+
+namespace {
+
+using Channels = std::vector<Samples>;
+enum Control { latency, enabled, reduction, fftSize = 7, filterMode = 10, controlCount };
+
+struct Host {
+    Host(std::size_t channelCount, bool hasWorker, double rate = 48000) : channels(channelCount) {
+        static LilvWorld *const world = lilv_world_new();
+        if (lilv_plugins_size(lilv_world_get_all_plugins(world)) == 0)
+            lilv_world_load_all(world); // from LV2_PATH
+        LilvNode *uri = lilv_new_uri(world, channels == 1 ? "urn:quietfloor:mono" : "urn:quietfloor:stereo");
+        const LilvPlugin *plugin = lilv_plugins_get_by_uri(lilv_world_get_all_plugins(world), uri);
+        lilv_node_free(uri);
+        instance = lilv_plugin_instantiate(plugin, rate, hasWorker ? features : features + 1);
+        values.resize(2 * channels + controlCount);
+        lilv_plugin_get_port_ranges_float(plugin, nullptr, nullptr, values.data());
+        for (std::size_t port = 2 * channels; port < values.size(); ++port)
+            Connect(port, &values[port]);
+        lilv_instance_activate(instance);
+        message.reserve(1000);
+    }
+    ~Host() { lilv_instance_free(instance); }
+
+    void Connect(std::size_t port, float *data) {
+        lilv_instance_connect_port(instance, static_cast<std::uint32_t>(port), data);
+    }
+    float &operator[](int control) { return values[2 * channels + static_cast<std::size_t>(control)]; }
+
+    // In blocks of many lengths; each output goes where the other channel's input was.
+    Channels Run(Channels x) {
+        for (std::uint32_t at = 0, block = 1; at + block <= x[0].size();
+             at += block, block = block * 7 % 1021) {
+            for (std::size_t c = 0; c < channels; ++c) {
+                Connect(c, &x[c][at]);
+                Connect(channels + c, &x[channels - 1 - c][at]);
+            }
+            isWatching = true;
+            lilv_instance_run(instance, block);
+            isWatching = false;
+            if (!message.empty())
+                Work();
+        }
+        std::swap(x.front(), x.back());
+        return x;
+    }
+
+    void Work() {
+        const void *worker = lilv_instance_get_extension_data(instance, LV2_WORKER__interface);
+        static_cast<const LV2_Worker_Interface *>(worker)->work(instance->lv2_handle, nullptr, nullptr,
+                                                                static_cast<std::uint32_t>(message.size()),
+                                                                message.data());
+        message.clear();
+        ++workCount;
+    }
+
+    static LV2_Worker_Status Schedule(void *host, std::uint32_t size, const void *data) {
+        const auto *bytes = static_cast<const char *>(data);
+        static_cast<Host *>(host)->message.assign(bytes, bytes + size);
+        return LV2_WORKER_SUCCESS;
+    }
+
+    std::size_t channels;
+    LilvInstance *instance;
+    std::vector<float> values; // of all ports
+    std::vector<char> message;
+    int workCount = 0;
+    LV2_Worker_Schedule schedule{this, Schedule};
+    LV2_Feature workerFeature{LV2_WORKER__schedule, &schedule};
+    const LV2_Feature *features[2] = {&workerFeature, nullptr};
+};
+
+// Noise so low that neighbouring samples differ by less than half of `largestStep`.
+constexpr float largestStep = 0.08f;
+Channels Rumble(std::size_t channels, std::size_t seconds) {
+    Channels x;
+    for (unsigned seed = 1; seed <= channels; ++seed) {
+        x.push_back(WhiteNoise(seconds * 48000, 0, seed));
+        for (int pass = 0; pass < 2; ++pass)
+            for (float state = 0; float &sample : x.back())
+                sample = state += 0.05f * (sample - state);
+    }
+    return x;
+}
+
+// Whether y from second to second is x `delay` samples late. The ends of the last block are left out.
+bool IsWithin(float bound, const Channels &x, const Channels &y, double from, double to, int delay) {
+    const auto first = static_cast<int>(from * 48000) + delay, end = static_cast<int>(to * 48000) - 1021;
+    for (std::size_t c = 0; c < x.size(); ++c)
+        for (auto now = y[c].begin() + first; now != y[c].begin() + end; ++now)
+            if (const float late = x[c][static_cast<std::size_t>(now - y[c].begin() - delay)];
+                !(std::abs(*now - late) <= bound))
+                return false;
+    return true;
+}
+
+TEST(PluginHost, ASizeOrModeChangesWithoutAClickAndStaysInTime) {
+    for (const std::size_t channels : {1, 2})
+        for (const bool hasWorker : {true, false})
+            for (const auto &[size, mode, delay] : std::array<std::array<int, 3>, 4>{
+                     {{128, 0, 128}, {2048, 1, 1920}, {16384, 0, 13107}, {512, 1, 704}}}) {
+                SCOPED_TRACE(testing::Message() << channels << hasWorker << ' ' << size << ' ' << mode);
+                Host host(channels, hasWorker);
+                host[reduction] = 0;
+                host[fftSize] = static_cast<float>(size);
+                host[filterMode] = static_cast<float>(mode);
+                forbidden = 0;
+                const Channels x = Rumble(channels, 8);
+                Channels y = host.Run(x);
+                EXPECT_EQ(forbidden, 0);
+                EXPECT_EQ(host.workCount, hasWorker ? 2 : 0) << "one request to build, one to free";
+                EXPECT_TRUE(IsWithin(1e-5f, x, y, 0, 0.9, 512));
+                EXPECT_TRUE(IsWithin(largestStep, y, y, 0, 8, 1));
+                if (!hasWorker) {
+                    EXPECT_EQ(host[latency], 512) << "it waits";
+                    lilv_instance_activate(host.instance);
+                    y = host.Run(x);
+                }
+                EXPECT_EQ(host[latency], static_cast<float>(delay));
+                EXPECT_TRUE(IsWithin(1e-5f, x, y, 6, 8, delay));
+            }
+}
+
+TEST(PluginHost, BypassFadesToTheDelayedInput) {
+    const Channels x = Rumble(2, 5);
+    Host host(2, false);
+    for (int pass = 0; pass < 8; ++pass) {
+        host[enabled] = static_cast<float>(pass % 2);
+        const Channels y = host.Run(x);
+        EXPECT_EQ(IsWithin(pass % 2 ? 0.1f : 0, x, y, 0.02, 5, 512), pass % 2 == 0);
+        EXPECT_TRUE(IsWithin(largestStep, y, y, 0, 5, 1));
+    }
+}
+
+TEST(PluginHost, NonsenseIsHarmlessAndActivationForgets) {
+    const Channels x = Rumble(1, 1);
+    for (const double rate : {1.0, 8000.4, 768000.0})
+        for (const float nonsense : {NAN, -INFINITY, INFINITY}) {
+            Host plain(1, false, rate), odd(1, true, rate);
+            const Channels first = plain.Run(x), second = (odd.Run(x), plain.Run(x));
+            for (int control = reduction; control < controlCount; ++control)
+                odd[control] = nonsense;
+            EXPECT_TRUE(IsWithin(1e-5f, second, odd.Run(x), 0, 1, 0)) << rate << ' ' << nonsense;
+            lilv_instance_activate(odd.instance);
+            EXPECT_TRUE(IsWithin(1e-5f, first, odd.Run(x), 0, 1, 0)) << rate << ' ' << nonsense;
+        }
+}
+
+TEST(PluginHost, WithoutMemoryThereIsNoInstanceAndNoStreamStops) {
+    Host host(2, false);
+    const LV2_Descriptor *plugin = lilv_instance_get_descriptor(host.instance);
+    for (const double rate : {0.0, 1e10, static_cast<double>(NAN)})
+        EXPECT_EQ(plugin->instantiate(plugin, rate, "", nullptr), nullptr) << rate;
+    LV2_Handle made = nullptr;
+    for (int granted = 0; !made; ++granted) {
+        allocationsLeft = granted;
+        made = plugin->instantiate(plugin, 48000, "", nullptr);
+        EXPECT_TRUE(!made || allocationsLeft >= 0 || granted > 50) << "nothing failed";
+        allocationsLeft = granted;
+        lilv_instance_activate(host.instance);
+        allocationsLeft = -1;
+    }
+    plugin->cleanup(made);
+    const Channels x = Rumble(2, 1);
+    EXPECT_TRUE(IsWithin(4, x, host.Run(x), 0, 1, 512));
+}
+
+} // namespace
