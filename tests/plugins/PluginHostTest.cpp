@@ -128,7 +128,7 @@ bool IsWithin(float bound, const Channels &x, const Channels &y, double from, do
 }
 
 TEST(PluginHost, ASizeOrModeChangesWithoutAClickAndStaysInTime) {
-    for (const std::size_t channels : {1, 2})
+    for (const std::size_t channels : {1u, 2u})
         for (const bool hasWorker : {true, false})
             for (const auto &[size, mode, delay] : std::array<std::array<int, 3>, 4>{
                      {{128, 0, 128}, {2048, 1, 1920}, {16384, 0, 13107}, {512, 1, 704}}}) {
@@ -185,15 +185,16 @@ TEST(PluginHost, WithoutMemoryThereIsNoInstanceAndNoStreamStops) {
     for (const double rate : {0.0, 1e10, static_cast<double>(NAN)})
         EXPECT_EQ(plugin->instantiate(plugin, rate, "", nullptr), nullptr) << rate;
     LV2_Handle made = nullptr;
-    for (int granted = 0; !made; ++granted) {
+    int granted = 0;
+    for (; !made; ++granted) {
         allocationsLeft = granted;
         made = plugin->instantiate(plugin, 48000, "", nullptr);
-        EXPECT_TRUE(!made || allocationsLeft >= 0 || granted > 50) << "nothing failed";
         allocationsLeft = granted;
         lilv_instance_activate(host.instance);
         allocationsLeft = -1;
     }
     plugin->cleanup(made);
+    EXPECT_GT(granted, 50);
     const Channels x = Rumble(2, 1);
     EXPECT_TRUE(IsWithin(4, x, host.Run(x), 0, 1, 512));
 }
