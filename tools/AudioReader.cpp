@@ -78,6 +78,8 @@ sf_count_t AudioReader::KnownFrames() const noexcept {
 sf_count_t AudioReader::Read(float *block, sf_count_t frames) {
     if (isDamaged)
         return 0;
+    if (pipe)
+        pipe->EndHeader();
     const sf_count_t count = sf_readf_float(file.get(), block, frames);
     if (const int error = sf_error(file.get()); error != SF_ERR_NO_ERROR) {
         if (error == SF_ERR_SYSTEM || done + count == 0)

@@ -41,7 +41,6 @@ SNDFILE *PipeInput::Open(SF_INFO &info) {
     bytes.read = Read;
     bytes.tell = Tell;
     SNDFILE *file = sf_open_virtual(&bytes, SFM_READ, &info, this);
-    keepsHead = false;
     if (file != nullptr && isEndless)
         info.format = SF_FORMAT_WAV | (info.format & SF_FORMAT_SUBMASK);
     return file;
@@ -104,7 +103,7 @@ sf_count_t PipeInput::Seek(sf_count_t offset, int whence, void *self) {
     return pipe.position;
 }
 
-// While the header is read, whatever lies too far ahead to be kept is not there.
+// Before the sound is read, whatever lies too far ahead to be kept is not there.
 sf_count_t PipeInput::Read(void *to, sf_count_t count, void *self) {
     auto &pipe = *static_cast<PipeInput *>(self);
     const auto wanted = static_cast<std::size_t>(count), at = static_cast<std::size_t>(pipe.position);

@@ -25,6 +25,9 @@ public:
     /// what is returned.
     SNDFILE *Open(SF_INFO &info);
 
+    /// To be called before the first sound is read. From now on nothing more is kept.
+    void EndHeader() noexcept { keepsHead = false; }
+
 private:
     static sf_count_t Length(void *self);
     static sf_count_t Seek(sf_count_t offset, int whence, void *self);
@@ -38,7 +41,7 @@ private:
     void MakeEndlessIfWithoutSize();
 
     int descriptor;
-    std::vector<unsigned char> head; // what has come so far, while the header is read
+    std::vector<unsigned char> head; // what has come so far, up to the end of the header
     bool keepsHead = true, isEndless = false;
     sf_count_t position = 0, passed = 0; // bytes; those that came after the head
 };
