@@ -2,7 +2,8 @@
 # multiply-add stands where it is written, and the checks for NaN stay.
 
 option(QUIETFLOOR_WERROR "Treat warnings as errors" OFF)
-option(QUIETFLOOR_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
+set(QUIETFLOOR_SANITIZE OFF CACHE STRING "The sanitizers: OFF, ON (address, undefined behaviour) or thread")
+set_property(CACHE QUIETFLOOR_SANITIZE PROPERTY STRINGS OFF ON thread)
 
 get_property(is_multi_config GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
 if(NOT CMAKE_BUILD_TYPE AND NOT is_multi_config)
@@ -27,7 +28,11 @@ if(MINGW)
 endif()
 
 if(QUIETFLOOR_SANITIZE)
+    set(sanitizers address,undefined)
+    if(QUIETFLOOR_SANITIZE STREQUAL "thread") # it goes with no other
+        set(sanitizers thread)
+    endif()
     # Full debug information of the kernels, which are one large function each, would take minutes.
-    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
-    add_link_options(-fsanitize=address,undefined)
+    add_compile_options(-fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
+    add_link_options(-fsanitize=${sanitizers})
 endif()
