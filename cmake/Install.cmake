@@ -1,6 +1,6 @@
 # What is installed: both libraries, the public headers, and how CMake and pkg-config find them. All of it
 # may be moved as a whole. Components: `library` runs a host, `development` builds one, `program` is the
-# program.
+# program, `plugins` are the plug-ins.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/quietfloor)
@@ -11,6 +11,12 @@ install(TARGETS quietfloor EXPORT quietfloorShared
     LIBRARY COMPONENT library NAMELINK_COMPONENT development
     ARCHIVE COMPONENT development)
 install(TARGETS quietfloor_core EXPORT quietfloorStatic ARCHIVE COMPONENT development)
+if(TARGET quietfloor_lv2)
+    get_target_property(bundle quietfloor_lv2 LIBRARY_OUTPUT_DIRECTORY)
+    install(DIRECTORY ${bundle} DESTINATION ${QUIETFLOOR_LV2_DIR} COMPONENT plugins FILES_MATCHING PATTERN *.ttl)
+    install(TARGETS quietfloor_lv2 LIBRARY DESTINATION ${QUIETFLOOR_LV2_DIR}/quietfloor.lv2 COMPONENT plugins)
+    install(TARGETS quietfloor_ladspa LIBRARY DESTINATION ${QUIETFLOOR_LADSPA_DIR} COMPONENT plugins)
+endif()
 if(TARGET quietfloor-cli)
     install(TARGETS quietfloor-cli RUNTIME COMPONENT program)
     if(UNIX)

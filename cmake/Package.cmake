@@ -1,4 +1,4 @@
-# cpack: three .deb packages (the preset `package` has Debian's prefix), or one .zip for Windows.
+# cpack: .deb packages (the preset `package` has Debian's prefix), or one .zip for Windows.
 set(CPACK_PACKAGE_VENDOR "the quietfloor authors")
 set(CPACK_PACKAGE_CONTACT "${CPACK_PACKAGE_VENDOR} <quietfloor@localhost>")
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
@@ -38,6 +38,11 @@ debian_package(library ${runtime_package} libs "The library that hosts load.")
 debian_package(development libquietfloor-dev libdevel
     "Headers, the static library, and how CMake and pkg-config find them.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${runtime_package} (= ${PROJECT_VERSION})")
+if(TARGET quietfloor_lv2)
+    debian_package(plugins quietfloor-plugins sound "The plug-ins for LV2 and LADSPA hosts.")
+    install(FILES examples/pipewire/quietfloor-microphone.conf
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/quietfloor-plugins/examples COMPONENT plugins)
+endif()
 if(TARGET quietfloor-cli)
     debian_package(program quietfloor sound "The program for sound files.")
 endif()
