@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <fstream>
 
 #include <png.h>
 
-#include "tools/AudioFile.h"
+#include "tools/OutputFile.h"
 #include "tools/PixelFont.h"
 
 namespace quietfloor {
@@ -78,21 +77,9 @@ void PngImage::Write(int x, int y, std::string_view text, Colour colour) {
 
 void PngImage::Save(const std::filesystem::path &path) const {
     const std::vector<char> encoded = Encode(width, height, pixels, path);
-    const std::filesystem::path temporary = path.string() + ".part";
-    std::error_code failure;
-    {
-        std::ofstream file(temporary, std::ios::binary);
-        file.write(encoded.data(), static_cast<std::streamsize>(encoded.size())).flush();
-        if (!file)
-            failure = std::make_error_code(std::errc::io_error);
-    }
-    if (!failure)
-        std::filesystem::rename(temporary, path, failure);
-    if (!failure)
-        return;
-    std::error_code ignored;
-    std::filesystem::remove(temporary, ignored);
-    throw FileError(path, failure.message());
+    OutputFile file(path, true);
+    file.Write(encoded.data(), encoded.size());
+    file.Commit();
 }
 
 } // namespace quietfloor

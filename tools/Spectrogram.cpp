@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <vector>
 
 #include "tools/AxisTicks.h"
 #include "tools/ColourMap.h"
@@ -15,15 +16,15 @@ constexpr const char *titles[] = {"Input", "Output", "Removed"};
 constexpr Colour paper{255, 255, 255}, ink{40, 40, 40};
 
 // Pixels.
-constexpr int plotWidth = 1104, plotLeft = 76, plotTop = 36;
-constexpr int panelPitch = Spectrogram::panelRows + 36;
+constexpr int plotWidth = 1104, plotLeft = 76, plotTop = 44;
+constexpr int panelPitch = Spectrogram::panelRows + 40;
 constexpr int plotBottom = plotTop + 2 * panelPitch + Spectrogram::panelRows;
 constexpr int barLeft = plotLeft + plotWidth + 24, barWidth = 16;
 constexpr int imageWidth = barLeft + barWidth + 72, imageHeight = plotBottom + 60;
 constexpr int tickLength = 6, labelGap = 4;
 constexpr int frequencySpacing = 24;
 
-constexpr double shownRangeDb = 100.0, levelStepDb = 10.0;
+constexpr double shownRangeDb = 90.0, levelStepDb = 10.0;
 
 int TextWidth(const std::string &text) { return static_cast<int>(text.size()) * PngImage::glyphAdvance - 2; }
 
@@ -45,13 +46,19 @@ public:
 private:
     static int Top(int panel) { return plotTop + panel * panelPitch; }
 
+    // One pixel in a thousand may be louder than the scale shows: a click does not darken all else.
     void FitScale() {
-        float strongest = 0.0f;
-        for (int column = 0; column < panels[0].ColumnCount(); ++column)
-            for (int row = 0; row < panels[0].Rows(); ++row)
-                strongest = std::max(strongest, panels[0].Power(column, row));
-        if (strongest > 0.0f)
-            highestDb = levelStepDb * std::ceil((ToDb(strongest) - 0.1) / levelStepDb);
+        const SpectrogramColumns &input = panels[0];
+        std::vector<float> powers;
+        for (int column = 0; column < input.ColumnCount(); ++column)
+            for (int row = 0; row < input.Rows(); ++row)
+                powers.push_back(input.Power(column, row));
+        if (powers.empty())
+            return;
+        const auto loud = powers.end() - 1 - static_cast<std::ptrdiff_t>(powers.size() / 1000);
+        std::nth_element(powers.begin(), loud, powers.end());
+        if (*loud > 0.0f)
+            highestDb = levelStepDb * std::ceil(ToDb(*loud) / levelStepDb);
     }
 
     // Mean power of what one pixel column shows; where columns are wider than pixels, their own.
@@ -68,8 +75,8 @@ private:
     void DrawPanel(int panel) {
         const SpectrogramColumns &columns = panels[static_cast<std::size_t>(panel)];
         const int top = Top(panel), rows = Spectrogram::panelRows;
-        image.Write(plotLeft, top - 22, titles[panel], ink);
-        image.Write(plotLeft - tickLength - labelGap - TextWidth("Hz"), top - 22, "Hz", ink);
+        image.Write(plotLeft, top - 26, titles[panel], ink);
+        image.Write(plotLeft - tickLength - labelGap - TextWidth("Hz"), top - 26, "Hz", ink);
         image.Fill(plotLeft - 1, top - 1, plotWidth + 2, rows + 2, ink);
         image.Fill(plotLeft, top, plotWidth, rows, colours.At(0.0));
         for (int x = 0; x < plotWidth && columns.ColumnCount() > 0; ++x)
@@ -98,7 +105,7 @@ private:
 
     void DrawScale() {
         const int height = plotBottom - plotTop;
-        image.Write(barLeft, plotTop - 22, "dBFS", ink);
+        image.Write(barLeft, plotTop - 32, "dBFS", ink);
         image.Fill(barLeft - 1, plotTop - 1, barWidth + 2, height + 2, ink);
         for (int y = 0; y < height; ++y)
             image.Fill(barLeft, plotTop + y, barWidth, 1, colours.At(1.0 - y / (height - 1.0)));

@@ -23,9 +23,9 @@ public:
     /// +-1; NaN and infinities are taken as 0.
     void Push(const float *input, const float *output, const float *residual, std::size_t count);
 
-    /// PNG with axes in Hz and s and a scale in dB to the power of a full-scale sine, whose upper end is the
-    /// input's strongest point rounded up to 10 dB. Writes to `path` whole or not at all; throws FileError.
-    /// More may be pushed afterwards.
+    /// PNG with axes in Hz and s and a scale in dB to the power of a full-scale sine, fitted to the
+    /// input: its upper end is what 1 in 1000 points exceed, rounded up to 10 dB. Writes to `path` whole or
+    /// not at all; throws FileError. More may be pushed afterwards.
     void Save(const std::filesystem::path &path) const;
 
 private:
