@@ -1,6 +1,5 @@
 // Prints the tables of the pages, one by name: what scripts/check-docs compares with the pages, or writes
 // into them. A page may add columns of its own to the right.
-#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -8,6 +7,7 @@
 #include "dsp/FrameGeometry.h"
 #include "dsp/Parameters.h"
 #include "dsp/Presets.h"
+#include "tools/ParameterText.h"
 
 namespace {
 
@@ -16,26 +16,13 @@ using namespace quietfloor;
 constexpr int smallest = 64, largest = 16384; // FFT sizes
 constexpr double rateHz = 44100.0;
 
-std::string Number(float value) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%g", static_cast<double>(value));
-    return text;
-}
-
-// The bounds in whole numbers: some leave room for a slider's rounding, and -0 shows as 0.
-std::string Range(const ParameterInfo &parameter) {
-    const std::string unit = *parameter.unit != '\0' ? std::string(" ") + parameter.unit : "";
-    return Number(std::ceil(parameter.lowerBound) + 0.0f) + " to " +
-           Number(std::floor(parameter.upperBound)) + unit;
-}
-
 void PrintParameters() {
     std::puts("| parameter | range | default |\n|---|---|---:|");
     for (int i = 0; i < parameterCount; ++i) {
         const ParameterInfo &parameter = ParameterAt(i);
         if (parameter.isSettable)
-            std::printf("| `%s` | %s | %s |\n", parameter.name, Range(parameter).c_str(),
-                        Number(parameter.defaultValue).c_str());
+            std::printf("| `%s` | %s | %s |\n", parameter.name, RangeText(parameter).c_str(),
+                        NumberText(parameter.defaultValue).c_str());
     }
 }
 
@@ -45,8 +32,8 @@ std::string Options(const Preset &preset) {
     for (int i = 0; i < parameterCount; ++i) {
         const float value = preset.values[static_cast<std::size_t>(i)];
         if (value != ParameterAt(i).defaultValue)
-            options +=
-                std::string(options.empty() ? "" : " ") + "--" + ParameterAt(i).name + " " + Number(value);
+            options += std::string(options.empty() ? "" : " ") + "--" + ParameterAt(i).name + " " +
+                       NumberText(value);
     }
     return options.empty() ? "the defaults" : "`" + options + "`";
 }
