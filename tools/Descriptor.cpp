@@ -10,8 +10,11 @@
 #if defined(_WIN32)
 #include <io.h>
 #else
+#include <poll.h>
 #include <unistd.h>
 #endif
+
+#include "tools/Interrupt.h"
 
 namespace quietfloor {
 namespace {
@@ -34,6 +37,30 @@ std::int64_t WriteSome(int descriptor, const void *bytes, std::size_t count) {
     return write(descriptor, bytes, std::min(count, largestCall));
 #endif
 }
+
+// Returns once a call would not block: false, with errno, if the user wants to stop instead. A signal may
+// reach another thread, or this one just before it waits, so that it does not wait long.
+#if defined(_WIN32)
+constexpr short isReadable = 0, isWritable = 0;
+
+bool Await(int, short) {
+    errno = EINTR;
+    return !IsInterrupted();
+}
+#else
+constexpr short isReadable = POLLIN, isWritable = POLLOUT;
+
+bool Await(int descriptor, short event) {
+    while (!IsInterrupted()) {
+        pollfd wanted{descriptor, event, 0};
+        const int ready = poll(&wanted, 1, 200);
+        if (ready > 0 || (ready < 0 && errno != EINTR))
+            return true;
+    }
+    errno = EINTR;
+    return false;
+}
+#endif
 
 } // namespace
 
@@ -101,7 +128,7 @@ std::int64_t Position(int descriptor) {
 
 std::size_t ReadAll(int descriptor, void *bytes, std::size_t count) {
     std::size_t done = 0;
-    while (done < count) {
+    while (done < count && Await(descriptor, isReadable)) {
         const std::int64_t some = ReadSome(descriptor, static_cast<char *>(bytes) + done, count - done);
         if (some < 0 && errno == EINTR)
             continue;
@@ -114,6 +141,8 @@ std::size_t ReadAll(int descriptor, void *bytes, std::size_t count) {
 
 bool WriteAll(int descriptor, const void *bytes, std::size_t count) {
     for (std::size_t done = 0; done < count;) {
+        if (!Await(descriptor, isWritable))
+            return false;
         const std::int64_t some =
             WriteSome(descriptor, static_cast<const char *>(bytes) + done, count - done);
         if (some < 0 && errno == EINTR)

@@ -26,10 +26,10 @@ bool IsSeekable(int descriptor);
 std::int64_t SeekTo(int descriptor, std::int64_t position);
 std::int64_t Position(int descriptor);
 
-/// As many bytes as there are, up to `count`: fewer only at the end or on failure.
+/// As many bytes as there are, up to `count`: fewer only at the end, on failure or when interrupted.
 std::size_t ReadAll(int descriptor, void *bytes, std::size_t count);
 
-/// False on failure, with errno.
+/// False on failure or when interrupted, with errno.
 bool WriteAll(int descriptor, const void *bytes, std::size_t count);
 bool Synchronize(int descriptor); ///< all that was written is on the disk
 bool Close(int descriptor);

@@ -63,8 +63,11 @@ public:
 
     void PushRest() {
         std::vector<float> block(static_cast<std::size_t>(SoundStream::blockFrames * reader.Info().channels));
-        while (const sf_count_t count = reader.Read(block.data(), SoundStream::blockFrames))
+        sf_count_t count = 0;
+        do { // the listener hears of the end, too: an interrupt looks like one
+            count = reader.Read(block.data(), SoundStream::blockFrames);
             Push(block.data(), count);
+        } while (count > 0);
     }
 
 private:
