@@ -9,6 +9,7 @@
 #include <iterator>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <sndfile.h>
@@ -52,6 +53,14 @@ Sound Silence(int format, int channels, int rate, int frames) {
     return sound;
 }
 
+Sound Noise(int format, int channels, int frames, unsigned seed) {
+    Sound sound = Silence(format, channels, 22050, frames);
+    std::mt19937 generator(seed);
+    std::normal_distribution<float> noise(0.0f, 0.01f);
+    std::generate(sound.samples.begin(), sound.samples.end(), [&] { return noise(generator); });
+    return sound;
+}
+
 class Program : public testing::Test {
 protected:
     // A folder of its own: every test may run at the same time as the others.
@@ -67,9 +76,7 @@ protected:
         fs::remove_all(folder);
     }
 
-    // Returns the exit status; what the program says goes to the file `said`.
-    int Run(const std::string &arguments) const {
-        const std::string line = '"' + program.string() + "\" " + arguments + " >said 2>&1";
+    static int Shell(const std::string &line) {
 #if defined(_WIN32)
         return std::system(('"' + line + '"').c_str()); // cmd takes the outermost quotes away
 #else
@@ -78,10 +85,17 @@ protected:
 #endif
     }
 
-    std::string Said() const {
-        std::ifstream file(folder / "said");
+    // Returns the exit status; what the program says goes to the file `said`.
+    int Run(const std::string &arguments, const char *redirection = " >said 2>&1") const {
+        return Shell('"' + program.string() + "\" " + arguments + redirection);
+    }
+
+    std::string Content(const fs::path &name) const {
+        std::ifstream file(folder / name, std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
     }
+
+    std::string Said() const { return Content("said"); }
 
     std::size_t FileCount() const {
         return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), {}));
@@ -166,37 +180,153 @@ TEST_F(Program, CleansEachChannelAloneAndClips) {
 
 TEST_F(Program, SaysWhatIsWrongInOneLineAndLeavesNothingBehind) {
     Save(folder / "in", Silence(SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1, 44100, 1000));
-    std::ofstream(folder / "text") << "not a sound";
+    const std::string sound = Content("in"), foreign = "not a sound, but worth keeping";
     fs::create_directory(folder / "directory");
+    const auto Patched = [&](std::size_t at, const std::string &bytes) {
+        return std::string(sound).replace(at, bytes.size(), bytes);
+    };
+    const std::pair<const char *, std::string> files[] = {
+        {"text", foreign},
+        {"empty", ""},
+        {"cut", sound.substr(0, 30)},
+        {"mute", Patched(22, std::string(2, '\0'))},   // no channels
+        {"fast", Patched(24, std::string(4, '\x7f'))}, // 2139062143 Hz
+        {"directory/in", sound},
+        {"config", "knee = 3 # dB\n\nnonsense = 1\n"},
+        {"loud", "reduction = 50\n"},
+    };
+    for (const auto &[name, content] : files)
+        std::ofstream(folder / name, std::ios::binary) << content;
     const struct {
         const char *arguments;
         int status;
+        const char *part = ""; // of what is said
     } cases[] = {
         {"", 1},
         {"in", 1},
-        {"in out more", 1},
-        {"--nonsense in out", 1},
-        {"--reduction 40.1 in out", 1},
+        {"in out more", 1, "-o"},
+        {"--nonsense in out", 1, "--nonsense"},
+        {"--reduction 40.1 in out", 1, "--reduction: 40.1 is not in 0 to 40 dB"},
         {"--offset -10.1 in out", 1},
         {"--knee nan in out", 1},
         {"--release long in out", 1},
-        {"in ./directory/../in", 1},
-        {"missing out", 2},
+        {"--mix 101 in out", 1},
+        {"--jobs 0 in out", 1},
+        {"--quiet --verbose in out", 1},
+        {"--preset nobody in out", 1, "nobody"},
+        {"--format nothing in out", 1, "nothing"},
+        {"--format au --subtype vorbis in out", 1, "--list-formats"},
+        {"--config missing in out", 1, "missing"},
+        {"--config config in out", 1, "config:3: unknown parameter 'nonsense'"},
+        {"--config loud --reduction 3 in out", 1, "loud:1: reduction: 50"},
+        {"-o text in", 1, "text"},
+        {"-o out -", 1},
+        {"-o out in directory/in", 1, "two outputs"},
+        {"-o out directory", 1, "no sound files"},
+        {"-o directory directory/in text", 1, "the same file"},
+        {"in ./directory/../in", 1, "the same file"},
+        {"--spectrogram in in out", 1, "the same file"},
+        {"missing out", 2, "missing"},
         {"text out", 2},
+        {"empty out", 2},
+        {"cut out", 2},
+        {"mute out", 2},
+        {"fast out", 2},
         {"in directory", 2},
         {"in missing/out", 2},
+        {"in text", 2, "--force"},
+        {"text loud --force", 2, "text"},
+        {"in out --spectrogram text", 2, "--force"},
+        {"in --dry-run text", 2, "--force"},
+        {"in --dry-run missing/out", 2, "folder"},
+        {"--save-config text", 2, "--force"},
     };
     for (const auto &c : cases) {
         EXPECT_EQ(Run(c.arguments), c.status) << c.arguments << ": " << Said();
         const std::string said = Said();
         EXPECT_EQ(said.rfind("quietfloor: ", 0), 0u) << c.arguments << ": " << said;
         EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
-        EXPECT_EQ(FileCount(), 4u) << c.arguments; // in, text, directory, said
+        EXPECT_NE(said.find(c.part), said.npos) << c.arguments << ": " << said;
+        EXPECT_EQ(FileCount(), std::size(files) + 2)
+            << c.arguments; // in, said, directory instead of its file
     }
-    EXPECT_EQ(Load(folder / "in").info.frames, 1000);
+    for (const auto &[name, content] : files)
+        EXPECT_EQ(Content(name), content);
+    EXPECT_EQ(Content("in"), sound);
     EXPECT_EQ(Run("--version"), 0);
     EXPECT_EQ(Run("--help"), 0);
     EXPECT_NE(Said().find("--fft-size"), std::string::npos);
 }
+
+// What one file gives neither depends on the others nor on how many are cleaned at once, and one that
+// fails does not stop them.
+TEST_F(Program, CleansManyFilesAtOnce) {
+    fs::create_directory(folder / "sounds");
+    for (int i = 0; i < 5; ++i)
+        Save(folder / "sounds" / (std::to_string(i) + ".wav"),
+             Noise(SF_FORMAT_WAV | SF_FORMAT_FLOAT, 1 + i % 2, 60000 - 9000 * i, 1));
+    std::ofstream(folder / "sounds" / "bad.wav") << "not a sound";
+    std::ofstream(folder / "sounds" / "readme") << "not a sound either";
+    ASSERT_EQ(Run("--dry-run --json --format w64 -o all sounds"), 2);
+    EXPECT_NE(Said().find("\"w64 float\""), std::string::npos) << Said();
+    EXPECT_FALSE(fs::exists(folder / "all"));
+    for (const char *options : {"-j 1 -o one", "-j 4 -o four", "-j 4 -o four --force"})
+        ASSERT_EQ(Run(options + std::string(" --format w64 sounds")), 2);
+    for (const char *name : {"0.w64", "1.w64", "2.w64", "3.w64", "4.w64"}) {
+        const std::string sound = Content(fs::path("one") / name);
+        EXPECT_GT(sound.size(), 4u * 24000);
+        EXPECT_EQ(sound, Content(fs::path("four") / name)) << name;
+    }
+    ASSERT_EQ(Run("sounds/3.wav alone.w64"), 0);
+    EXPECT_EQ(Content("alone.w64"), Content("one/3.w64"));
+    EXPECT_EQ(FileCount(), 5u); // sounds, one, four, alone.w64, said
+}
+
+TEST_F(Program, ParametersComeFromPresetFileAndOptions) {
+    Save(folder / "in", Noise(SF_FORMAT_WAV | SF_FORMAT_FLOAT, 1, 50000, 1));
+    ASSERT_EQ(Run("--preset strong --knee 3 --release 33.3 --save-config kept in a"), 0) << Said();
+    ASSERT_EQ(Run("--config kept in b"), 0) << Said();
+    EXPECT_EQ(Content("a"), Content("b"));
+    ASSERT_EQ(Run("--config kept --preset gentle --release 50 --save-config -"), 0);
+    EXPECT_NE(Said().find("\nknee = 3\n"), std::string::npos);
+    EXPECT_NE(Said().find("\nrelease = 50\n"), std::string::npos);
+    ASSERT_EQ(Run("--config kept --residual in removed"), 0) << Said();
+    const Sound in = Load(folder / "in"), cleaned = Load(folder / "a"), removed = Load(folder / "removed");
+    for (std::size_t i = 0; i < in.samples.size(); ++i)
+        ASSERT_NEAR(cleaned.samples[i] + removed.samples[i], in.samples[i], 1e-6f) << "sample " << i;
+}
+
+#if !defined(_WIN32)
+// Streams that break, and a source that stands still when the user has had enough.
+TEST_F(Program, LeavesNothingBehindWhenInterruptedOrCutOff) {
+    Save(folder / "in", Noise(SF_FORMAT_AU | SF_FORMAT_FLOAT, 2, 100000, 1));
+    EXPECT_EQ(Run("in -", " 2>said >/dev/full"), 2);
+    EXPECT_EQ(Run("in -", " 2>said >&-"), 2);
+    EXPECT_EQ(Run("--help", " 2>said >/dev/full"), 2);
+    EXPECT_EQ(Run("in -", " 2>said | true"), 0); // true's
+    EXPECT_EQ(Said().rfind("quietfloor: standard output: ", 0), 0u) << Said();
+    for (const char *source : {"-", "pipe"}) {
+        const std::string quietfloor = "timeout --preserve-status -s INT 1 '" + program.string() + "' ";
+        EXPECT_EQ(Shell("mkfifo pipe && exec 3<>pipe && head -c 60000 in >&3 && " + quietfloor + source +
+                        " out <&3 >said 2>&1"),
+                  130);
+        EXPECT_EQ(Said(), "");
+        fs::remove(folder / "pipe");
+        EXPECT_EQ(FileCount(), 2u); // in, said
+    }
+}
+
+TEST_F(Program, ReportsInJsonWhateverTheNames) {
+    const std::string name = "a \"b\\c\n\xff\xed\xa0\x80 \xe2\x82\xac.wav"; // 0xff and a surrogate: no UTF-8
+    Save(folder / name, Silence(SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1, 8000, 8000));
+    EXPECT_EQ(Run("--json -o out missing *.wav", " >said 2>errors"), 2);
+    std::ofstream(folder / "check.py")
+        << "import json; bad, good = json.load(open('said', encoding='utf-8'))\n"
+           "assert 'missing' in bad['error'] and good['frames'] == 8000, bad\n"
+           "assert good['noiseFloorBefore'] is None and good['sampleRate'] == 8000, good\n"
+           "assert good['input'] == 'a \"b\\\\c\\n' + '\\ufffd' * 4 + ' \\u20ac.wav', good\n";
+    EXPECT_EQ(Shell("python3 check.py"), 0) << Said();
+}
+#endif
 
 } // namespace

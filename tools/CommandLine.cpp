@@ -149,10 +149,10 @@ private:
             ->group(group)
             ->check(Between(0, 100));
         app.add_option("--prime", result.settings.primeSeconds,
-                       "learn the noise from IN's beginning first (0 to 600 s; default 0)")
+                       "learn the noise from IN's beginning first (0 to 60 s; default 0)")
             ->option_text("SECONDS")
             ->group(group)
-            ->check(Between(0, 600));
+            ->check(Between(0, 60));
         Add(group, "--residual", result.settings.writesResidual, "write what was removed instead");
         Add(group, "--keep-latency", result.settings.keepsLatency,
             "leave OUT late by the delay of the reduction");

@@ -5,6 +5,7 @@
 
 #include "tools/JsonWriter.h"
 #include "tools/NativeText.h"
+#include "tools/NoiseFloorMeter.h"
 #include "tools/SoundFormat.h"
 
 namespace quietfloor {
@@ -17,6 +18,14 @@ double Seconds(sf_count_t frames, int sampleRate) {
 // NaN where nothing was measured.
 double TimesRealTime(const DenoiseReport &report) {
     return Seconds(report.frames, report.sampleRate) / report.elapsedSeconds;
+}
+
+// In dBFS; NaN for silence.
+double Floor(double measured) { return measured > NoiseFloorMeter::lowest ? measured : std::nan(""); }
+
+// In dB; NaN where there is silence before or after.
+double Reduction(const DenoiseReport &report) {
+    return Floor(report.noiseFloorBefore) - Floor(report.noiseFloorAfter);
 }
 
 std::string Decimal(double value, int decimals) {
@@ -41,9 +50,9 @@ void AddFigures(JsonObject &object, const DenoiseReport &report) {
     object.Add("sampleRate", std::int64_t{report.sampleRate});
     object.Add("channels", std::int64_t{report.channels});
     object.Add("latency", std::int64_t{report.latency});
-    object.Add("noiseFloorBefore", report.noiseFloorBefore, 2);
-    object.Add("noiseFloorAfter", report.noiseFloorAfter, 2);
-    object.Add("reduction", report.noiseFloorBefore - report.noiseFloorAfter, 2);
+    object.Add("noiseFloorBefore", Floor(report.noiseFloorBefore), 2);
+    object.Add("noiseFloorAfter", Floor(report.noiseFloorAfter), 2);
+    object.Add("reduction", Reduction(report), 2);
     object.Add("clippedSamples", report.clippedSamples);
     object.AddToken("truncated", report.truncated ? "true" : "false");
     object.Add("timesRealTime", TimesRealTime(report), 1);
@@ -53,8 +62,7 @@ void AddFigures(JsonObject &object, const DenoiseReport &report) {
 
 std::string ReportText(const Job &job, const DenoiseReport &report) {
     std::string text = ArrowText(job) + ": " + Decimal(Seconds(report.frames, report.sampleRate), 1) + " s";
-    const double reduction = report.noiseFloorBefore - report.noiseFloorAfter;
-    if (std::isfinite(reduction))
+    if (const double reduction = Reduction(report); std::isfinite(reduction))
         text += ", noise floor " + Decimal(report.noiseFloorBefore, 1) + " to " +
                 Decimal(report.noiseFloorAfter, 1) + " dBFS (" + Decimal(reduction, 1) + " dB less)";
     text += ", latency " + std::to_string(report.latency) + " samples";
