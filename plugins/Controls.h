@@ -15,11 +15,10 @@ struct Choice {
 };
 
 struct Control {
-    int parameter = 0;  // row of the parameter table
-    std::string symbol; // unique, a C identifier: hosts save values under it
-    std::string title;  // for people, without the unit
-    float lowest = 0;   // the published bounds, whole numbers within them
-    float highest = 0;  //
+    int parameter = 0;             // row of the parameter table
+    std::string symbol;            // unique, a C identifier: hosts save values under it
+    std::string title;             // for people, without the unit
+    float lowest = 0, highest = 0; // the published bounds, rounded inwards to whole numbers
     bool isLogarithmic = false;
     std::vector<Choice> choices; // if not empty, the only values that make sense
 

@@ -55,7 +55,7 @@ struct Host {
     }
     ~Host() { lilv_instance_free(instance); }
 
-    void Connect(std::size_t port, float *data) {
+    void Connect(std::size_t port, float *data) const {
         lilv_instance_connect_port(instance, static_cast<std::uint32_t>(port), data);
     }
     float &operator[](int control) { return values[2 * channels + static_cast<std::size_t>(control)]; }
