@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <string>
 
 #include "tools/Descriptor.h"
 #include "tools/OutputFile.h"
+#include "tools/TargetFormat.h"
 
 namespace fs = std::filesystem;
 
@@ -75,12 +77,30 @@ sf_count_t AudioReader::KnownFrames() const noexcept {
     return pipe || info.frames == SF_COUNT_MAX ? 0 : info.frames;
 }
 
+// libsndfile takes more out of a pipe than it gives at the end of what the header states, so each lap of the
+// header's length is read to its last frame and no further.
+sf_count_t AudioReader::ReadLaps(float *block, sf_count_t frames) {
+    sf_count_t count = 0;
+    while (count < frames) {
+        const sf_count_t wanted = std::min(frames - count, info.frames - lap);
+        const sf_count_t some = sf_readf_float(file.get(), block + count * info.channels, wanted);
+        count += some;
+        lap += some;
+        if (some < wanted)
+            break;
+        if (lap == info.frames)
+            lap = sf_seek(file.get(), 0, SEEK_SET);
+    }
+    return count;
+}
+
 sf_count_t AudioReader::Read(float *block, sf_count_t frames) {
     if (isDamaged)
         return 0;
     if (pipe)
         pipe->EndHeader();
-    const sf_count_t count = sf_readf_float(file.get(), block, frames);
+    const bool isEndless = pipe && pipe->IsEndless() && BytesPerSample(info.format) != 0;
+    const sf_count_t count = isEndless ? ReadLaps(block, frames) : sf_readf_float(file.get(), block, frames);
     if (const int error = sf_error(file.get()); error != SF_ERR_NO_ERROR) {
         if (error == SF_ERR_SYSTEM || done + count == 0)
             throw FileError(name, sf_strerror(file.get()));

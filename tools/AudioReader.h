@@ -41,11 +41,12 @@ public:
 private:
     SNDFILE *OpenStream(int descriptor);
     SNDFILE *OpenAny(const std::filesystem::path &path);
+    sf_count_t ReadLaps(float *block, sf_count_t frames);
     void CheckLimits() const;
 
     std::filesystem::path name; // as errors show it
     SF_INFO info{};
-    sf_count_t done = 0; // frames
+    sf_count_t done = 0, lap = 0; // frames; those since an endless stream's counting began anew
     bool isDamaged = false;
     std::unique_ptr<PipeInput> pipe;
     SoundFile file;

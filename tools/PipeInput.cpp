@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 #include <new>
 
 #include "tools/Descriptor.h"
@@ -13,10 +12,6 @@ namespace {
 
 constexpr sf_count_t endless = sf_count_t(1) << 62;
 constexpr std::size_t longestHead = std::size_t(1) << 24; // bytes; pictures in tags are megabytes
-
-bool CanBe64Bit(std::uint32_t formatTag) {
-    return formatTag == 1 || formatTag == 3 || formatTag == 6 || formatTag == 7 || formatTag == 0xFFFE;
-}
 
 // What writers put there that do not know the size: all ones, the like of it as a signed number, or either
 // less what a header or a page of memory takes.
@@ -40,10 +35,7 @@ SNDFILE *PipeInput::Open(SF_INFO &info) {
     bytes.seek = Seek;
     bytes.read = Read;
     bytes.tell = Tell;
-    SNDFILE *file = sf_open_virtual(&bytes, SFM_READ, &info, this);
-    if (file != nullptr && isEndless)
-        info.format = SF_FORMAT_WAV | (info.format & SF_FORMAT_SUBMASK);
-    return file;
+    return sf_open_virtual(&bytes, SFM_READ, &info, this);
 }
 
 void PipeInput::Fetch(std::size_t count) {
@@ -68,39 +60,31 @@ void PipeInput::MakeEndlessIfWithoutSize() {
     if (!StartsWith(0, "RIFF") || head.size() < 12 || std::memcmp(head.data() + 8, "WAVE", 4) != 0)
         return;
     const std::uint32_t fileSize = Number(4);
-    std::uint32_t formatTag = 0;
     std::size_t at = 12;
     for (Fetch(8); head.size() >= at + 8 && !StartsWith(at, "data"); Fetch(8)) {
         const std::size_t size = Number(at + 4) + (Number(at + 4) & 1u);
         Fetch(size);
-        if (StartsWith(at, "fmt ") && head.size() >= at + 10)
-            formatTag = head[at + 8] | static_cast<std::uint32_t>(head[at + 9]) << 8;
         at += 8 + size;
     }
-    const bool isEmpty =
-        StartsWith(at, "data") && Number(at + 4) == 0 && (fileSize <= at || IsPlaceholder(fileSize));
-    if (!StartsWith(at, "data") || !CanBe64Bit(formatTag) || !(isEmpty || IsPlaceholder(Number(at + 4))))
+    if (!StartsWith(at, "data"))
         return;
-    // RF64 keeps all sizes in a chunk of its own: of the file, of the data, of frames, of a table.
-    constexpr unsigned char all = 0xFF, half = 0x3F;
-    const unsigned char sizes[36] = {'d', 's', '6', '4',  28,  0,   0,   0,   all, all, all, all,
-                                     all, all, all, half, all, all, all, all, all, all, all, half};
-    std::memcpy(head.data(), "RF64\xFF\xFF\xFF\xFF", 8);
-    std::memset(head.data() + at + 4, 0xFF, 4);
-    head.insert(head.begin() + 12, std::begin(sizes), std::end(sizes));
-    isEndless = true;
+    const bool isEmpty = Number(at + 4) == 0 && (fileSize <= at || IsPlaceholder(fileSize));
+    isEndless = isEmpty || IsPlaceholder(Number(at + 4));
+    if (isEndless)
+        std::memset(head.data() + at + 4, 0xFF, 4);
 }
 
 sf_count_t PipeInput::Length(void *) { return endless; }
 
 sf_count_t PipeInput::Tell(void *self) { return static_cast<PipeInput *>(self)->position; }
 
+// After the header only the counting begins anew; the sound goes on.
 sf_count_t PipeInput::Seek(sf_count_t offset, int whence, void *self) {
     auto &pipe = *static_cast<PipeInput *>(self);
     const sf_count_t base = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? pipe.position : endless;
-    if (pipe.keepsHead || base + offset == pipe.position)
+    if (pipe.keepsHead)
         pipe.position = base + offset;
-    return pipe.position;
+    return base + offset;
 }
 
 // Before the sound is read, whatever lies too far ahead to be kept is not there.

@@ -11,8 +11,7 @@ namespace quietfloor {
 
 /// A file without an end, of which only the beginning can be read twice. libsndfile's own way to read a
 /// pipe cannot go back at all, which some formats need, and it trusts the sizes in a header, which whoever
-/// writes to a pipe does not know. A WAV header without sizes is therefore shown as one of the 64-bit kind
-/// (RF64, EBU Tech 3306) with room for any length.
+/// writes to a pipe does not know.
 class PipeInput {
 public:
     explicit PipeInput(int openDescriptor);
@@ -24,6 +23,10 @@ public:
     /// Null if it is no sound that libsndfile knows, with its reason in sf_strerror. The object must outlive
     /// what is returned.
     SNDFILE *Open(SF_INFO &info);
+
+    /// Whether it is a WAV stream whose header does not know the size. It is shown as the longest that a
+    /// header can state; from there a seek to any frame goes on with the sound that follows.
+    bool IsEndless() const noexcept { return isEndless; }
 
     /// To be called before the first sound is read. From now on nothing more is kept.
     void EndHeader() noexcept { keepsHead = false; }
