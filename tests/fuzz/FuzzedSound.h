@@ -4,10 +4,8 @@
 
 #include <bit>
 #include <cmath>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <limits>
 #include <random>
 #include <vector>
 
@@ -19,6 +17,8 @@
                  : (std::fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, #condition), std::abort()))
 
 using Samples = std::vector<float>;
+
+inline unsigned AnyByte(FuzzedDataProvider &input) { return input.ConsumeIntegral<std::uint8_t>(); }
 
 inline float AnyFloat(FuzzedDataProvider &input) {
     return std::bit_cast<float>(input.ConsumeIntegral<std::uint32_t>());
@@ -33,44 +33,22 @@ inline Samples Noise(std::size_t count, unsigned seed, float peak) {
     return x;
 }
 
-/// `count` values: their bits from the input while it has some, or of one of the sounds that matter.
+/// `count` values: one of the sounds that matter, or bits from the input, 0 after its end.
 inline Samples AnySound(FuzzedDataProvider &input, std::size_t count) {
-    constexpr float infinity = std::numeric_limits<float>::infinity();
-    constexpr float oddities[] = {-infinity, std::numeric_limits<float>::quiet_NaN(),
-                                  1e-40f,    -3e38f,
-                                  infinity,  1e15f,
-                                  -0.0f,     0.5f,
-                                  -1e-3f,    0.0f};
-    const auto kind = input.ConsumeIntegral<std::uint8_t>();
-    const unsigned seed = input.ConsumeIntegral<std::uint8_t>() + 1u;
+    constexpr float oddities[] = {-INFINITY, NAN, 1e-40f, -3e38f, INFINITY, 1e15f, -0.0f, 0.5f, -1e-3f, 0};
+    const unsigned kind = AnyByte(input), seed = AnyByte(input) + 1;
     const float peak = kind & 8 ? AnyFloat(input) : 0.03f * static_cast<float>(seed % 32);
     Samples x = Noise(count, seed, peak);
-    for (std::size_t i = 0; i < count; ++i)
-        switch (kind % 8) {
-        case 0: // noise
-            break;
-        case 1:
-            x[i] = peak * std::sin(static_cast<float>(i) * static_cast<float>(seed) * 0.0123f);
-            break;
-        case 2: // direct current
-            x[i] = peak;
-            break;
-        case 3: // bursts, with silence between them
-            x[i] *= i / 500 % 2 != 0 ? 1.0f : 0.0f;
-            break;
-        case 4: // a square wave
-            x[i] = i / seed % 2 != 0 ? peak : -peak;
-            break;
-        case 5: // impulses in noise
-            x[i] = i % (16 * seed) == 0 ? oddities[seed % 10] : x[i];
-            break;
-        case 6:
-            x[i] = oddities[(i + seed) % 10];
-            break;
-        case 7:
-            x[i] = AnyFloat(input); // 0 at the end
-            break;
-        }
+    for (std::size_t i = 0; i < count; ++i) {
+        const float sounds[] = {x[i], // noise, a tone, direct current, bursts, a square wave, impulses
+                                peak * std::sin(0.0123f * static_cast<float>(i * seed)),
+                                peak,
+                                i / 500 % 2 == 0 ? 0 : x[i],
+                                i / seed % 2 == 0 ? peak : -peak,
+                                i % (16 * seed) == 0 ? oddities[seed % 10] : x[i],
+                                oddities[(i + seed) % 10]};
+        x[i] = kind % 8 == 7 ? AnyFloat(input) : sounds[kind % 8];
+    }
     return x;
 }
 
