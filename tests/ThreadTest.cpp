@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr unsigned threadCount = 8;
+constexpr unsigned threadCount = 4;
 
 // A rebuild draws its dither from the C generator, which all threads share.
 void TakeDitherAway(Reducer &reducer) {
@@ -24,11 +24,12 @@ void Append(Samples &all, const Samples &more) { all.insert(all.end(), more.begi
 
 // Everything that a host does with objects of its own.
 Samples LifeOfStreams(unsigned seed) {
-    const Samples x = WhiteNoise(4000, -40, seed);
+    const Samples x = WhiteNoise(9000, -40, seed); // one frame of the largest size
+    const Samples brief(x.begin(), x.begin() + 2000);
     Samples all;
     auto reducer = std::make_unique<Reducer>();
-    for (unsigned turn = 0; turn < 4; ++turn) {
-        reducer->SetParameter(Reducer::kFftSize, static_cast<float>(64 << (seed + turn) % 5));
+    for (unsigned turn = 0; turn < 3; ++turn) {
+        reducer->SetParameter(Reducer::kFftSize, static_cast<float>(64 << (3 * seed + 4 * turn) % 9));
         reducer->SetParameter(Reducer::kFilterMode, (seed + turn) % 2 == 0 ? 0.0f : 1.0f);
         if (turn == 1)
             reducer->SetSampleRate(8000);
@@ -38,9 +39,9 @@ Samples LifeOfStreams(unsigned seed) {
         Append(all, Through(*reducer, x));
         auto copy = std::make_unique<Reducer>(*reducer);
         reducer->SetParameter(Reducer::kStrength, 60);
-        Append(all, Through(*reducer, x, 0));
+        Append(all, Through(*reducer, brief, 0));
         reducer = std::move(copy);
-        Append(all, Through(*reducer, x));
+        Append(all, Through(*reducer, brief));
     }
     return all;
 }
