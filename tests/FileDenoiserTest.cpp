@@ -1,0 +1,306 @@
+// What cleaning a file does to everything in it but the noise, through files and pipes, and what it leaves
+// behind when it cannot.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#if !defined(_WIN32)
+#include <csignal>
+#include <cstdio>
+
+#include <sys/resource.h>
+#include <unistd.h>
+#endif
+
+#include <sndfile.hh>
+
+#include "tests/Signals.h"
+#include "tools/AudioFile.h"
+#include "tools/FileDenoiser.h"
+
+namespace fs = std::filesystem;
+using namespace quietfloor;
+
+namespace {
+
+constexpr int wavFloat = SF_FORMAT_WAV | SF_FORMAT_FLOAT, wav16 = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+const ProgressListener goOn = [](sf_count_t, sf_count_t) { return true; };
+
+// With what a file can say about its sound, as far as the format has it; false for a format that libsndfile
+// is built without. It misplaces cue points in big-endian WAV files by itself, and adds a line to the history
+// in a broadcast chunk whenever it writes one.
+bool Save(const fs::path &path, int format, int channels, const Samples &samples) {
+    SndfileHandle file(path.string(), SFM_WRITE, format, channels, 44100);
+    SF_CUES cues{2, {{1, 10, 0, 0, 0, 10, {}}, {2, 2000, 0, 0, 0, 2000, {}}}};
+    SF_INSTRUMENT instrument{1, 60, 0, 0, 127, 0, 127, 1, {{SF_LOOP_FORWARD, 100, 700, 0}}};
+    const std::vector<int> map(static_cast<std::size_t>(channels), SF_CHANNEL_MAP_REAR_RIGHT);
+    for (int tag = SF_STR_FIRST; tag <= SF_STR_LAST; ++tag)
+        file.setString(tag, "2026");
+    if ((format & SF_FORMAT_ENDMASK) == 0)
+        file.command(SFC_SET_CUE, &cues, sizeof cues);
+    file.command(SFC_SET_INSTRUMENT, &instrument, sizeof instrument);
+    file.command(SFC_SET_CHANNEL_MAP_INFO, const_cast<int *>(map.data()), channels * 4);
+    file.command(SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
+    return file.write(samples.data(), static_cast<sf_count_t>(samples.size())) ==
+           static_cast<sf_count_t>(samples.size());
+}
+
+// Without trust in the length that the file states.
+Samples Load(const fs::path &path) {
+    AudioReader reader(path);
+    Samples samples, block(static_cast<std::size_t>(1000 * reader.Info().channels));
+    while (const sf_count_t frames = reader.Read(block.data(), 1000))
+        samples.insert(samples.end(), block.data(), block.data() + frames * reader.Info().channels);
+    return samples;
+}
+
+std::string Bytes(const fs::path &path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+class FileDenoiser : public testing::Test {
+protected:
+    fs::path folder = fs::temp_directory_path() / ("quietfloor-" + std::to_string(std::random_device()()));
+    DenoiseSettings settings;
+
+    void SetUp() override { ASSERT_TRUE(fs::create_directory(folder)); }
+    void TearDown() override { fs::remove_all(folder); }
+
+    DenoiseReport Clean(const std::string &in, const std::string &out) const {
+        return DenoiseFile({folder / in, folder / out, {}}, settings, goOn);
+    }
+    Samples Cleaned(const std::string &in, DenoiseSettings how) const {
+        how.overwrites = true;
+        DenoiseFile({folder / in, folder / "cleaned", {}}, how, goOn);
+        return Load(folder / "cleaned");
+    }
+};
+
+TEST_F(FileDenoiser, KeepsEveryByteWhereNothingIsMixedIn) {
+    settings.mix = 0.0;
+    settings.overwrites = true;
+    SF_INFO info{0, 44100, 3, 0, 0, 0};
+    int count = 0;
+    for (const int container : {SF_FORMAT_WAV, SF_FORMAT_WAVEX, SF_FORMAT_RF64, SF_FORMAT_W64, SF_FORMAT_AIFF,
+                                SF_FORMAT_AU, SF_FORMAT_CAF, SF_FORMAT_FLAC})
+        for (const int samples : {SF_FORMAT_PCM_U8, SF_FORMAT_PCM_S8, SF_FORMAT_PCM_16, SF_FORMAT_PCM_24,
+                                  SF_FORMAT_FLOAT, SF_FORMAT_ALAC_16})
+            for (const int endian : {SF_ENDIAN_FILE, SF_ENDIAN_LITTLE, SF_ENDIAN_BIG}) {
+                info.format = container | samples | endian;
+                if (!sf_format_check(&info) || !Save(folder / "in", info.format, 3, WhiteNoise(6000, -14)))
+                    continue;
+                ++count;
+                EXPECT_EQ(Clean("in", "out").frames, 2000);
+                EXPECT_TRUE(Bytes(folder / "out") == Bytes(folder / "in")) << std::hex << info.format;
+            }
+    EXPECT_GT(count, 50);
+    SF_BROADCAST_INFO written{
+        {'t', 'a', 'k', 'e'}, {}, {}, {}, {}, 123456, 0, 0, {}, 0, 0, 0, 0, 0, {}, 0, {}},
+        read{};
+    SndfileHandle((folder / "in").string(), SFM_WRITE, wav16, 1, 48000)
+        .command(SFC_SET_BROADCAST_INFO, &written, sizeof written);
+    Clean("in", "out");
+    SndfileHandle((folder / "out").string()).command(SFC_GET_BROADCAST_INFO, &read, sizeof read);
+    EXPECT_STREQ(read.description, "take");
+    EXPECT_EQ(read.time_reference_low, 123456u);
+}
+
+// The source is what is written and what is removed, frame by frame, and a late target is only late.
+TEST_F(FileDenoiser, DividesTheSourceInStep) {
+    const Samples in = WhiteNoise(2 * 60000, -30);
+    Save(folder / "in", wavFloat, 2, in);
+    for (const float filterMode : {0.0f, 1.0f})
+        for (const double mix : {1.0, 0.4}) {
+            DenoiseSettings some;
+            some.mix = mix;
+            some.parameters[Reducer::kFilterMode] = filterMode;
+            const Samples cleaned = Cleaned("in", some);
+            EXPECT_LT(LevelDb(cleaned, 80000, 120000), mix < 1.0 ? -33 : -38);
+            some.writesResidual = true;
+            const Samples removed = Cleaned("in", some);
+            some.writesResidual = false;
+            some.keepsLatency = true;
+            const Samples late = Cleaned("in", some);
+            const std::size_t delay = filterMode != 0 ? 2 * 704 : 2 * 512; // at FFT size 512
+            ASSERT_EQ(late.size(), in.size());
+            for (std::size_t i = 0; i < in.size(); ++i) {
+                ASSERT_NEAR(cleaned[i] + removed[i], in[i], 1e-7f) << i;
+                ASSERT_TRUE(i < delay || late[i] == cleaned[i - delay]) << i;
+            }
+        }
+}
+
+TEST_F(FileDenoiser, LearnsAheadSoThatTheFirstHalfSecondIsClean) {
+    Save(folder / "in", wavFloat, 1, WhiteNoise(200000, -30));
+    for (const float fftSize : {512.0f, 2048.0f})
+        for (const float filterMode : {0.0f, 1.0f}) {
+            settings.parameters[Reducer::kFftSize] = fftSize;
+            settings.parameters[Reducer::kFilterMode] = filterMode;
+            settings.primeSeconds = 0.0;
+            EXPECT_GT(LevelDb(Cleaned("in", settings), 0, 22050), -34);
+            settings.primeSeconds = 4.0;
+            EXPECT_LT(LevelDb(Cleaned("in", settings), 0, 22050), -47);
+        }
+}
+
+// However many files are cleaned at once, and whatever each one asks for.
+TEST_F(FileDenoiser, GivesTheSameOnManyThreads) {
+    Save(folder / "in", wavFloat, 2, WhiteNoise(20000, -30));
+    const auto Run = [this](int i) {
+        DenoiseSettings some;
+        some.parameters[Reducer::kFftSize] = static_cast<float>(256 << i % 3);
+        DenoiseFile({folder / "in", folder / std::to_string(i), {}}, some, goOn);
+    };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 12; ++i)
+        i < 3 ? Run(i) : void(threads.emplace_back(Run, i));
+    for (std::thread &thread : threads)
+        thread.join();
+    for (int i = 3; i < 12; ++i)
+        EXPECT_TRUE(Bytes(folder / std::to_string(i)) == Bytes(folder / std::to_string(i % 3))) << i;
+}
+
+TEST_F(FileDenoiser, CountsWhatClipsAndMeasuresTheQuietParts) {
+    Samples in(44100);
+    for (std::size_t i = 0; i < in.size(); ++i) // every eighth 50 ms at -40 dB, the rest at 0 dB
+        in[i] = i / 2205 % 8 == 0 ? 0.01f : i % 2 ? 1.0f : -1.0f;
+    in[3000] = 1.01f;
+    in[3001] = -7.0f;
+    Save(folder / "in", wavFloat, 1, in);
+    settings.mix = 0.0;
+    settings.sampleFormat = SF_FORMAT_PCM_16;
+    const DenoiseReport report = Clean("in", "out");
+    EXPECT_EQ(report.clippedSamples, 2);
+    EXPECT_EQ(Load(folder / "out")[3000], 32767 / 32768.0f);
+    EXPECT_NEAR(report.noiseFloorBefore, -40.0, 0.011);
+    EXPECT_NEAR(report.noiseFloorAfter, -40.0, 0.011);
+}
+
+TEST_F(FileDenoiser, LeavesEverythingAsItWasWhenItCannot) {
+    Save(folder / "in", wav16, 2, WhiteNoise(100000, -30));
+    Save(folder / "wide", SF_FORMAT_AU | SF_FORMAT_PCM_16, 300, Samples(300));
+    std::ofstream(folder / "old") << "old";
+    fs::create_hard_link(folder / "in", folder / "hard");
+    const auto Reason = [this](const char *in, const char *out, const ProgressListener &listener) {
+        try {
+            DenoiseFile({folder / in, folder / out, {}}, settings, listener);
+        } catch (const std::exception &error) {
+            return std::string(error.what());
+        }
+        return std::string("none");
+    };
+    const auto Entries = [this] { return std::distance(fs::directory_iterator(folder), {}); };
+    const struct {
+        const char *in, *out;
+        int sampleFormat;
+        bool overwrites;
+        const char *reason;
+    } cases[] = {{"wide", "out", 0, true, "300 channels"},
+                 {"in", "old", 0, false, "exists"},
+                 {"in", "in", 0, true, "is the source"},
+                 {"in", "hard", 0, true, "is the source"},
+                 {"in", "out", SF_FORMAT_VORBIS, true, "does not go into"}};
+    const std::string before = Bytes(folder / "in");
+    const auto count = Entries();
+    for (const auto &c : cases) {
+        settings.sampleFormat = c.sampleFormat;
+        settings.overwrites = c.overwrites;
+        const std::string reason = Reason(c.in, c.out, goOn);
+        EXPECT_NE(reason.find(c.reason), std::string::npos) << c.in << ' ' << c.out << ": " << reason;
+        EXPECT_EQ(reason.find('\n'), std::string::npos);
+    }
+    settings = {};
+    EXPECT_EQ(Reason("in", "out", [](auto, auto) { return false; }), "interrupted");
+#if !defined(_WIN32)
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit low{100'000, limit.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &low); // as a full disk, in the middle of the file
+    EXPECT_NE(Reason("in", "out", goOn).find("File too large"), std::string::npos);
+    setrlimit(RLIMIT_FSIZE, &limit);
+#endif
+    EXPECT_EQ(Entries(), count);
+    const auto TakeName = [this](auto, auto) { return !!(std::ofstream(folder / "late") << "late"); };
+    EXPECT_NE(Reason("in", "late", TakeName).find("exists"), std::string::npos);
+    EXPECT_EQ(Bytes(folder / "late") + Bytes(folder / "old"), "lateold");
+    EXPECT_EQ(Entries(), count + 1);
+    EXPECT_EQ(Bytes(folder / "in"), before);
+}
+
+#if !defined(_WIN32)
+class FileDenoiserStreams : public FileDenoiser {
+protected:
+    DenoiseReport report;
+
+    // With standard input and output as pipes from and to what the shell runs in the folder.
+    std::string Through(const std::string &source, const std::string &feed,
+                        const char *drain = "cat >drained") {
+        const std::string there = "cd " + folder.string() + ";";
+        std::FILE *in = popen((there + feed).c_str(), "r"), *out = popen((there + drain).c_str(), "w");
+        const int saved[] = {dup(0), dup(1)};
+        dup2(fileno(in), 0);
+        dup2(fileno(out), 1);
+        std::string reason;
+        try {
+            report = DenoiseFile({source, "-", {}}, settings, [](auto, auto) { return true; });
+        } catch (const FileError &error) {
+            reason = error.what();
+        }
+        dup2(saved[0], 0);
+        dup2(saved[1], 1);
+        pclose(in);
+        pclose(out);
+        return reason.empty() ? Bytes(folder / "drained") : reason;
+    }
+    void PutSizes(const fs::path &wav, const char *file, const char *data) const {
+        const std::string bytes = Bytes(wav);
+        std::ofstream(wav)
+            << std::string(bytes).replace(4, 4, file, 4).replace(bytes.find("data") + 4, 4, data, 4);
+    }
+};
+
+TEST_F(FileDenoiserStreams, AreTheSameAsFiles) {
+    Save(folder / "in", wav16, 2, WhiteNoise(60000, -30));
+    settings.primeSeconds = 0.5;
+    Clean("in", "out");
+    EXPECT_TRUE(Through((folder / "in").string(), "") == Bytes(folder / "out"));
+    PutSizes(folder / "out", "\xff\xff\xff\xff", "\xff\xff\xff\xff");
+    EXPECT_TRUE(Through("-", "cat in; printf 'LIST\\4\\0\\0\\0INFO'") == Bytes(folder / "out"));
+    for (const auto &[file, data] : {std::pair("\0\0\0\0", "\0\0\0\0"),
+                                     {"\xff\xff\xff\xff", "\xff\xff\xff\xff"},
+                                     {"\x24\xf0\xff\x7f", "\0\xf0\xff\x7f"}}) {
+        PutSizes(folder / "in", file, data);
+        EXPECT_TRUE(Through("-", "cat in") == Bytes(folder / "out"));
+    }
+    for (const int format : {SF_FORMAT_WAVEX | SF_FORMAT_PCM_24, SF_FORMAT_AU | SF_FORMAT_FLOAT,
+                             SF_FORMAT_FLAC | SF_FORMAT_PCM_16, SF_FORMAT_OGG | SF_FORMAT_VORBIS}) {
+        Save(folder / "other", format, 3, WhiteNoise(60000, -30));
+        EXPECT_EQ(Through("-", "cat other").find("standard"), std::string::npos);
+        EXPECT_EQ(Load(folder / "drained"), Cleaned("other", settings)) << std::hex << format;
+    }
+    settings.container = SF_FORMAT_AIFF;
+    EXPECT_NE(Through("-", "cat in").find("--format wav"), std::string::npos);
+    settings.container = 0;
+    EXPECT_EQ(Through("-", "cat in", "true"), "standard output: Broken pipe");
+}
+
+TEST_F(FileDenoiserStreams, TakeNoMoreMemoryForMoreSound) {
+    Save(folder / "in", SF_FORMAT_WAV | SF_FORMAT_DOUBLE, 1, {});
+    PutSizes(folder / "in", "\xff\xff\xff\xff", "\xff\xff\xff\xff");
+    rusage before{}, after{};
+    getrusage(RUSAGE_SELF, &before);
+    Through("-", "cat in; head -c 64000000 /dev/zero", "cat >/dev/null");
+    getrusage(RUSAGE_SELF, &after);
+    EXPECT_EQ(report.frames, 8'000'000);
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 24'000); // KiB
+}
+#endif
+
+} // namespace
