@@ -38,14 +38,16 @@ public:
     /// `schedule(const Request &)`, which returns whether it was taken.
     template <class Schedule>
     void Exchange(StreamAdapter &adapter, Schedule schedule) noexcept {
+        const bool isIdle = !isAsked.load(); // read first: what the worker has built is then in its slot
         if (adapter.CanTakeOver())
             if (std::unique_ptr<ReducerGroup> group{built.exchange(nullptr)})
                 adapter.TakeOver(std::move(group));
         if (!retired.load())
             retired.store(adapter.ReleaseRetired().release());
         const Request request{adapter.CanTakeOver() && adapter.NeedsRebuild(), adapter.WantedValues()};
-        if ((!request.isBuild && !retired.load()) || isAsked.exchange(true))
+        if (!isIdle || (!request.isBuild && !retired.load()))
             return;
+        isAsked = true;
         if (!schedule(request))
             isAsked = false;
     }
