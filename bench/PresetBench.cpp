@@ -189,6 +189,9 @@ void CompareSettings(const Signal &speech, const Signal &music) {
     std::puts("\n### Music over hiss, 25 dB, preset `gentle`");
     const Scorer playing[] = {mix(music, NoiseKind::white, 25.0)};
     CompareSizes(FindPreset("gentle")->values, playing);
+    std::puts("\n### The same music, every preset");
+    const std::vector<Contender> contenders = MakeContenders({});
+    PrintMeans(contenders, ScoreAll(contenders, playing));
 }
 
 void CompareOnRecording(const std::string &noisy, const std::string &clean, std::span<char *> parameters) {
