@@ -246,7 +246,7 @@ TEST_F(Program, SaysWhatIsWrongInOneLineAndLeavesNothingBehind) {
         const std::string said = Said();
         EXPECT_EQ(said.rfind("quietfloor: ", 0), 0u) << c.arguments << ": " << said;
         EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
-        EXPECT_NE(said.find(c.part), said.npos) << c.arguments << ": " << said;
+        EXPECT_NE(said.find(c.part), std::string::npos) << c.arguments << ": " << said;
         EXPECT_EQ(FileCount(), std::size(files) + 2)
             << c.arguments; // in, said, directory instead of its file
     }

@@ -38,7 +38,7 @@ public:
         std::vector<sf_count_t> totals;
         for (const Job &job : jobs)
             totals.push_back(FrameCount(job));
-        bar.emplace(std::move(totals));
+        bar.emplace(totals);
     }
 
     // Takes jobs until none is left; for several threads at once.

@@ -18,7 +18,8 @@ namespace {
 
 std::string_view Trimmed(std::string_view text) {
     const std::size_t first = text.find_first_not_of(" \t\r");
-    return first == text.npos ? "" : text.substr(first, text.find_last_not_of(" \t\r") + 1 - first);
+    return first == std::string_view::npos ? ""
+                                           : text.substr(first, text.find_last_not_of(" \t\r") + 1 - first);
 }
 
 // -1 if no parameter that can be set has the name.
@@ -41,7 +42,7 @@ public:
         if (line.empty())
             return;
         const std::size_t sign = line.find('=');
-        if (sign == line.npos)
+        if (sign == std::string_view::npos)
             Fail("'" + std::string(line) + "' is not of the form name = value");
         const std::string_view key = Trimmed(line.substr(0, sign));
         const int index = FindSettable(key);

@@ -15,7 +15,7 @@ namespace {
 float LowestForPeople(const ParameterInfo &parameter) { return std::ceil(parameter.lowerBound) + 0.0f; }
 float HighestForPeople(const ParameterInfo &parameter) { return std::floor(parameter.upperBound); }
 
-std::string WithUnit(std::string number, const ParameterInfo &parameter) {
+std::string WithUnit(const std::string &number, const ParameterInfo &parameter) {
     return *parameter.unit ? number + ' ' + parameter.unit : number;
 }
 

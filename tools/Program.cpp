@@ -128,7 +128,7 @@ ExitStatus RunWithin(const std::vector<std::string> &arguments) {
 } // namespace
 
 int RunProgram(const std::vector<std::string> &arguments) {
-    const StandardStreams streams;
+    PrepareStandardStreams();
     ListenForInterrupts();
     try {
         return RunWithin(arguments);

@@ -1,6 +1,7 @@
 #include "tools/ProgressBar.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 namespace quietfloor {
@@ -11,7 +12,7 @@ constexpr std::chrono::milliseconds drawingInterval(100);
 
 // 1:05, or 2:01:05 from an hour on.
 std::string TimeText(double seconds) {
-    const auto whole = static_cast<long long>(seconds + 0.5);
+    const long long whole = std::llround(seconds);
     char text[32];
     if (whole < 3600)
         std::snprintf(text, sizeof text, "%lld:%02lld", whole / 60, whole % 60);
@@ -30,7 +31,7 @@ std::string BarText(double share) {
 
 } // namespace
 
-ProgressBar::ProgressBar(std::vector<sf_count_t> totals) {
+ProgressBar::ProgressBar(const std::vector<sf_count_t> &totals) {
     for (const sf_count_t total : totals)
         files.push_back({0, total, false});
 }

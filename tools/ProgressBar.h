@@ -15,7 +15,7 @@ namespace quietfloor {
 class ProgressBar {
 public:
     /// Frames per file as far as they are known before it is read, 0 where not.
-    explicit ProgressBar(std::vector<sf_count_t> totals);
+    explicit ProgressBar(const std::vector<sf_count_t> &totals);
     ~ProgressBar(); ///< takes the line away
 
     ProgressBar(const ProgressBar &) = delete;

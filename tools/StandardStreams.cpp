@@ -22,18 +22,33 @@ namespace quietfloor {
 
 #if defined(_WIN32)
 
-StandardStreams::StandardStreams() : consoleCodePage(GetConsoleOutputCP()) { SetConsoleOutputCP(CP_UTF8); }
+namespace {
 
-StandardStreams::~StandardStreams() {
-    if (consoleCodePage != 0)
-        SetConsoleOutputCP(consoleCodePage);
-}
+// UTF-8 until the program ends; the console outlives it.
+class ConsoleCodePage {
+public:
+    ConsoleCodePage() : before(GetConsoleOutputCP()) { SetConsoleOutputCP(CP_UTF8); }
+    ~ConsoleCodePage() {
+        if (before != 0) // there is a console
+            SetConsoleOutputCP(before);
+    }
+
+    ConsoleCodePage(const ConsoleCodePage &) = delete;
+    ConsoleCodePage &operator=(const ConsoleCodePage &) = delete;
+
+private:
+    unsigned before;
+};
+
+} // namespace
+
+void PrepareStandardStreams() { static const ConsoleCodePage codePage; }
 
 bool IsErrorOutputTerminal() { return _isatty(_fileno(stderr)) != 0; }
 
 #else
 
-StandardStreams::StandardStreams() {
+void PrepareStandardStreams() {
     // The lowest free number is given out, so each lands where one is missing. Opened the wrong way
     // round, so that use fails.
     for (int stream = 0; stream <= 2; ++stream)
@@ -41,8 +56,6 @@ StandardStreams::StandardStreams() {
             static_cast<void>(open("/dev/null", stream == 0 ? O_WRONLY : O_RDONLY));
     std::signal(SIGPIPE, SIG_IGN);
 }
-
-StandardStreams::~StandardStreams() = default;
 
 bool IsErrorOutputTerminal() { return isatty(STDERR_FILENO) != 0; }
 

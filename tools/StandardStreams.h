@@ -9,17 +9,7 @@ namespace quietfloor {
 /// For the start of the program, whatever it was started with: a stream that is closed fails when it is
 /// used, and no file takes its place; a closed pipe is an error and not the end; names show as they are on
 /// the console of Windows.
-class StandardStreams {
-public:
-    StandardStreams();
-    ~StandardStreams();
-
-    StandardStreams(const StandardStreams &) = delete;
-    StandardStreams &operator=(const StandardStreams &) = delete;
-
-private:
-    unsigned consoleCodePage = 0;
-};
+void PrepareStandardStreams();
 
 bool IsErrorOutputTerminal();
 
