@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <optional>
@@ -58,10 +59,10 @@ void *operator new(std::size_t size) {
     throw std::bad_alloc();
 }
 void *operator new(std::size_t size, std::align_val_t alignment) {
-    const auto step = static_cast<std::uintptr_t>(alignment);
-    const auto whole = reinterpret_cast<std::uintptr_t>(operator new(size + 2 * step));
-    const auto block = reinterpret_cast<std::uintptr_t *>((whole / step + 2) * step);
-    block[-1] = whole;
+    const auto step = static_cast<std::size_t>(alignment);
+    auto *whole = static_cast<std::uint8_t *>(operator new(size + 2 * step));
+    std::uint8_t *block = whole + 2 * step - reinterpret_cast<std::uintptr_t>(whole) % step;
+    std::memcpy(block - sizeof whole, &whole, sizeof whole);
     return block;
 }
 // Through the table, lest the compiler see a block of operator new end in free.
@@ -69,7 +70,8 @@ void operator delete(void *block) noexcept { FftEngine::EngineAllocatorTable.fre
 void operator delete(void *block, std::size_t) noexcept { operator delete(block); }
 void operator delete(void *block, std::align_val_t) noexcept {
     if (block)
-        operator delete(reinterpret_cast<void *>(static_cast<std::uintptr_t *>(block)[-1]));
+        std::memcpy(&block, static_cast<std::uint8_t *>(block) - sizeof block, sizeof block);
+    operator delete(block);
 }
 void operator delete(void *block, std::size_t, std::align_val_t alignment) noexcept {
     operator delete(block, alignment);
@@ -192,49 +194,45 @@ void Prepares(Make make, Transform transform) {
     }
 }
 
-template <int direction>
 void TransformsTwoChannels() {
     const std::unique_ptr<FFTWORKINGDATA> data(CreateFFTWORKINGDATA_F());
     std::vector<float> rows[6]; // x, y and their spectra
     for (std::vector<float> &row : rows)
         row.resize(64);
-    (direction > 0 ? rows[0] : rows[2])[0] = 1; // an impulse, or a constant
+    rows[0][0] = 1;
     const auto transform = [&] {
         LFFT2CF(rows[0].data(), rows[1].data(), rows[2].data(), rows[3].data(), rows[4].data(),
-                rows[5].data(), 64, direction, *data);
+                rows[5].data(), 64, 1, *data);
     };
-    const std::vector<float> &result = rows[direction > 0 ? 2 : 0];
-    EXPECT_EQ(result[63], Works(transform) ? 1 : 0);
+    EXPECT_EQ(rows[2], std::vector<float>(64, Works(transform) ? 1.0f : 0.0f));
     transform();
-    EXPECT_EQ(result[63], 1);
+    EXPECT_EQ(rows[2], std::vector<float>(64, 1.0f));
 }
 
 struct Operation {
     const char *name;
     void (*run)();
-    int allocations; // at least
 };
 
 const Operation operations[] = {
-    {"constructor", Constructs<Reducer>, 40},
-    {"quietfloor_create", Constructs<CReducer>, 40},
-    {"copy constructor", Copies<Reducer>, 40},
-    {"quietfloor_copy", Copies<CReducer>, 40},
-    {"assignment", Assigns, 40},
-    {"Process after a new size", Rebuilds<Reducer, Reducer::kFftSize, false>, 40},
-    {"Process after a new mode", Rebuilds<Reducer, Reducer::kFilterMode, false>, 40},
-    {"Process after a new rate", Rebuilds<Reducer, kSampleRate, false>, 40},
-    {"Resume", Rebuilds<Reducer, Reducer::kFftSize, true>, 40},
-    {"Resume after a new rate", Rebuilds<Reducer, kSampleRate, true>, 40},
-    {"quietfloor_process after a new size", Rebuilds<CReducer, Reducer::kFftSize, false>, 40},
-    {"quietfloor_process after a new mode", Rebuilds<CReducer, Reducer::kFilterMode, false>, 40},
-    {"quietfloor_process after a new rate", Rebuilds<CReducer, kSampleRate, false>, 40},
-    {"quietfloor_resume", Rebuilds<CReducer, kSampleRate, true>, 40},
-    {"CreateFFTWORKINGDATA_F", [] { Prepares<float, FFTWORKINGDATA_F>(CreateFFTWORKINGDATA_F, LFFTF); }, 4},
+    {"constructor", Constructs<Reducer>},
+    {"quietfloor_create", Constructs<CReducer>},
+    {"copy constructor", Copies<Reducer>},
+    {"quietfloor_copy", Copies<CReducer>},
+    {"assignment", Assigns},
+    {"Process after a new size", Rebuilds<Reducer, Reducer::kFftSize, false>},
+    {"Process after a new mode", Rebuilds<Reducer, Reducer::kFilterMode, false>},
+    {"Process after a new rate", Rebuilds<Reducer, kSampleRate, false>},
+    {"Resume", Rebuilds<Reducer, Reducer::kFftSize, true>},
+    {"Resume after a new rate", Rebuilds<Reducer, kSampleRate, true>},
+    {"quietfloor_process after a new size", Rebuilds<CReducer, Reducer::kFftSize, false>},
+    {"quietfloor_process after a new mode", Rebuilds<CReducer, Reducer::kFilterMode, false>},
+    {"quietfloor_process after a new rate", Rebuilds<CReducer, kSampleRate, false>},
+    {"quietfloor_resume", Rebuilds<CReducer, kSampleRate, true>},
+    {"CreateFFTWORKINGDATA_F", [] { Prepares<float, FFTWORKINGDATA_F>(CreateFFTWORKINGDATA_F, LFFTF); }},
     {"CreateFFTWORKINGDATA_D",
-     [] { Prepares<double, FFTWORKINGDATA_D>([] { return CreateFFTWORKINGDATA_D(64); }, LFFTD); }, 4},
-    {"LFFT2CF", TransformsTwoChannels<1>, 2},
-    {"LFFT2CF, inverse", TransformsTwoChannels<-1>, 2},
+     [] { Prepares<double, FFTWORKINGDATA_D>([] { return CreateFFTWORKINGDATA_D(64); }, LFFTD); }},
+    {"LFFT2CF", TransformsTwoChannels},
 };
 
 } // namespace
@@ -252,7 +250,7 @@ TEST(Exhaustion, LeavesEveryOperationWhole) {
                 EXPECT_EQ(liveBlocks, before) << "blocks are leaked";
                 ASSERT_FALSE(HasFailure()) << operation.name << ", allocation " << refused << isLasting;
             } while (shortage.wasFelt());
-            EXPECT_GE(refused, operation.allocations) << operation.name;
+            EXPECT_GT(refused, 1) << operation.name;
         }
     }
 }
