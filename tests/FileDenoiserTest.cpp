@@ -80,6 +80,11 @@ protected:
         DenoiseFile({folder / in, folder / "cleaned", {}}, how, goOn);
         return Load(folder / "cleaned");
     }
+    void PutSizes(const fs::path &wav, const char *file, const char *data) const {
+        const std::string bytes = Bytes(wav);
+        std::ofstream(wav)
+            << std::string(bytes).replace(4, 4, file, 4).replace(bytes.find("data") + 4, 4, data, 4);
+    }
 };
 
 TEST_F(FileDenoiser, KeepsEveryByteWhereNothingIsMixedIn) {
@@ -134,6 +139,23 @@ TEST_F(FileDenoiser, DividesTheSourceInStep) {
                 ASSERT_TRUE(i < delay || late[i] == cleaned[i - delay]) << i;
             }
         }
+}
+
+// What is cut off, and what a recorder that was not ended properly leaves: no size in the header.
+TEST_F(FileDenoiser, TakesWhatADamagedFileStillHas) {
+    settings.overwrites = true;
+    for (const int container : {SF_FORMAT_WAV, SF_FORMAT_AIFF, SF_FORMAT_W64, SF_FORMAT_AU, SF_FORMAT_FLAC}) {
+        if (!Save(folder / "in", container | SF_FORMAT_PCM_16, 1, WhiteNoise(40000, -30)))
+            continue; // as above
+        EXPECT_FALSE(Clean("in", "out").truncated) << std::hex << container;
+        fs::resize_file(folder / "in", fs::file_size(folder / "in") / 2);
+        const DenoiseReport report = Clean("in", "out");
+        EXPECT_TRUE(report.truncated) << std::hex << container;
+        EXPECT_NEAR(static_cast<double>(report.frames), 20000, 4500); // a FLAC frame is long
+    }
+    Save(folder / "in", wav16, 1, Samples(40000));
+    PutSizes(folder / "in", "\0\0\0\0", "\0\0\0\0");
+    EXPECT_EQ(Clean("in", "out").frames, 40000);
 }
 
 // Some formats get their header with the first frame only.
@@ -270,11 +292,6 @@ protected:
         pclose(in);
         pclose(out);
         return reason.empty() ? Bytes(folder / "drained") : reason;
-    }
-    void PutSizes(const fs::path &wav, const char *file, const char *data) const {
-        const std::string bytes = Bytes(wav);
-        std::ofstream(wav)
-            << std::string(bytes).replace(4, 4, file, 4).replace(bytes.find("data") + 4, 4, data, 4);
     }
 };
 

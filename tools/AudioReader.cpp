@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -24,6 +25,23 @@ std::string ReasonNotOpened(bool isPipe) {
     return reason.find("Internal error") != std::string::npos ? "has a damaged header" : reason;
 }
 
+// libsndfile takes a file that is cut off for a shorter one and tells only its log, in lines such as
+// "data : 96000 (should be 49956)". Small differences are writers' mistakes, and so large a size is none.
+bool IsCutOff(SNDFILE *file) {
+    constexpr long long mistake = 4096, noSize = 0x7FFFF000; // bytes
+    const std::string marker = " (should be ";
+    std::string log(1 << 14, '\0');
+    sf_command(file, SFC_GET_LOG_INFO, log.data(), static_cast<int>(log.size()));
+    for (std::size_t at = log.find(marker); at != std::string::npos; at = log.find(marker, at + 1)) {
+        const std::size_t number = log.find_last_not_of("0123456789", at - 1) + 1;
+        const long long stated = std::strtoll(log.c_str() + number, nullptr, 10);
+        const long long present = std::strtoll(log.c_str() + at + marker.size(), nullptr, 10);
+        if (stated - present > mistake && stated < noSize)
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
 AudioReader::AudioReader(const fs::path &path)
@@ -31,35 +49,43 @@ AudioReader::AudioReader(const fs::path &path)
     if (!file)
         throw FileError(name, ReasonNotOpened(pipe != nullptr));
     CheckLimits();
+    isCutOff = !pipe && IsCutOff(file.get());
 }
 
 SNDFILE *AudioReader::OpenStream(int descriptor) {
-    if (IsSeekable(descriptor))
-        return sf_open_fd(descriptor, SFM_READ, &info, SF_FALSE);
+    if (descriptor < 0)
+        throw FileError(name, std::strerror(errno));
+    info = {};
     pipe = std::make_unique<PipeInput>(descriptor);
     return pipe->Open(info);
 }
 
+SNDFILE *AudioReader::OpenFile(const fs::path &path) {
+#if defined(_WIN32)
+    SNDFILE *opened = sf_wchar_open(path.c_str(), SFM_READ, &info);
+#else
+    SNDFILE *opened = sf_open(path.c_str(), SFM_READ, &info);
+#endif
+    // A recording that was not ended properly, or that is longer than its header can say.
+    const bool mayBeLonger = info.frames == 0 || fs::file_size(path) > 0xFFFFFFFF;
+    if (opened == nullptr || !IsWav(info.format) || !mayBeLonger)
+        return opened;
+    sf_close(opened);
+    return OpenStream(OpenExisting(path));
+}
+
 SNDFILE *AudioReader::OpenAny(const fs::path &path) {
-    if (IsStandardStream(path))
-        return OpenStream(StandardInput());
+    if (IsStandardStream(path)) {
+        const int input = StandardInput();
+        return IsSeekable(input) ? sf_open_fd(input, SFM_READ, &info, SF_FALSE) : OpenStream(input);
+    }
     std::error_code failure;
     const fs::file_status status = fs::status(path, failure);
     if (failure)
         throw FileError(name, failure.message());
     if (fs::is_directory(status))
         throw FileError(name, "is a directory");
-    if (!fs::is_regular_file(status)) { // a named pipe
-        const int descriptor = OpenExisting(path);
-        if (descriptor < 0)
-            throw FileError(name, std::strerror(errno));
-        return OpenStream(descriptor);
-    }
-#if defined(_WIN32)
-    return sf_wchar_open(path.c_str(), SFM_READ, &info);
-#else
-    return sf_open(path.c_str(), SFM_READ, &info);
-#endif
+    return fs::is_regular_file(status) ? OpenFile(path) : OpenStream(OpenExisting(path));
 }
 
 void AudioReader::CheckLimits() const {

@@ -34,12 +34,13 @@ public:
     sf_count_t Read(float *block, sf_count_t frames);
 
     /// After the end: whether there should have been more.
-    bool EndedEarly() const noexcept { return isDamaged || done < KnownFrames(); }
+    bool EndedEarly() const noexcept { return isDamaged || isCutOff || done < KnownFrames(); }
 
     SNDFILE *Handle() const noexcept { return file.get(); }
 
 private:
     SNDFILE *OpenStream(int descriptor);
+    SNDFILE *OpenFile(const std::filesystem::path &path);
     SNDFILE *OpenAny(const std::filesystem::path &path);
     sf_count_t ReadLaps(float *block, sf_count_t frames);
     void CheckLimits() const;
@@ -47,7 +48,7 @@ private:
     std::filesystem::path name; // as errors show it
     SF_INFO info{};
     sf_count_t done = 0, lap = 0; // frames; those since an endless stream's counting began anew
-    bool isDamaged = false;
+    bool isDamaged = false, isCutOff = false;
     std::unique_ptr<PipeInput> pipe;
     SoundFile file;
 };

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <vector>
 
+#include "tools/TargetFormat.h"
+
 namespace quietfloor {
 namespace {
 
@@ -37,12 +39,13 @@ void CopyChannelLayout(SNDFILE *from, SNDFILE *to, int channels) {
         sf_command(to, SFC_WAVEX_SET_AMBISONIC, nullptr, SF_AMBISONIC_B_FORMAT);
 }
 
-bool IsWav(SNDFILE *file) {
+bool HasWavChunks(SNDFILE *file) {
     SF_INFO info{};
     sf_command(file, SFC_GET_CURRENT_SF_INFO, &info, sizeof info);
-    const int container = info.format & SF_FORMAT_TYPEMASK;
-    return container == SF_FORMAT_WAV || container == SF_FORMAT_WAVEX || container == SF_FORMAT_RF64;
+    return IsWav(info.format) || ContainerOf(info.format) == SF_FORMAT_RF64;
 }
+
+constexpr unsigned largestChunk = 64 << 20; // bytes; more is a damaged header, and is not allocated for
 
 void CopyChunks(SNDFILE *from, SNDFILE *to) {
     for (const char *id : {"iXML", "axml", "chna", "acid", "id3 ", "ID3 "}) {
@@ -50,7 +53,8 @@ void CopyChunks(SNDFILE *from, SNDFILE *to) {
         std::memcpy(chunk.id, id, 4);
         chunk.id_size = 4;
         SF_CHUNK_ITERATOR *found = sf_get_chunk_iterator(from, &chunk);
-        if (found == nullptr || sf_get_chunk_size(found, &chunk) != SF_ERR_NO_ERROR)
+        if (found == nullptr || sf_get_chunk_size(found, &chunk) != SF_ERR_NO_ERROR ||
+            chunk.datalen > largestChunk)
             continue;
         std::vector<char> data(chunk.datalen);
         chunk.data = data.data();
@@ -70,7 +74,7 @@ void CopyMetadata(SNDFILE *from, SNDFILE *to) {
     CopyRecord(from, to, SFC_GET_INSTRUMENT, SFC_SET_INSTRUMENT, sizeof(SF_INSTRUMENT));
     CopyCues(from, to);
     CopyChannelLayout(from, to, info.channels);
-    if (IsWav(from) && IsWav(to))
+    if (HasWavChunks(from) && HasWavChunks(to))
         CopyChunks(from, to);
 }
 

@@ -8,10 +8,6 @@
 namespace quietfloor {
 namespace {
 
-bool IsWav(int format) {
-    return ContainerOf(format) == SF_FORMAT_WAV || ContainerOf(format) == SF_FORMAT_WAVEX;
-}
-
 std::string NameOf(int format) {
     SF_FORMAT_INFO info{};
     info.format = format;

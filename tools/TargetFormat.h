@@ -11,6 +11,10 @@ namespace quietfloor {
 inline int ContainerOf(int format) { return format & SF_FORMAT_TYPEMASK; }
 inline int SamplesOf(int format) { return format & SF_FORMAT_SUBMASK; }
 
+inline bool IsWav(int format) {
+    return ContainerOf(format) == SF_FORMAT_WAV || ContainerOf(format) == SF_FORMAT_WAVEX;
+}
+
 /// Bits of a sample where samples become whole numbers before anything else happens to them; 0 where the
 /// encoder takes floats (floats, doubles, Vorbis, Opus, MPEG).
 int IntegerBits(int format) noexcept;
