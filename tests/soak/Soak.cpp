@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <limits>
+#include <span>
 #include <string>
 
 #include "tests/Signals.h"
@@ -29,14 +30,13 @@ public:
     }
 
     // What a device delivers in an hour: noise that moves in steps under speech, then what it should not.
-    void Fill(float *target, std::uint64_t position, int count) const {
+    void Fill(std::span<float> target, std::uint64_t position) const {
         constexpr float nan = std::numeric_limits<float>::quiet_NaN();
         constexpr float infinity = std::numeric_limits<float>::infinity();
         constexpr float odd[] = {nan, infinity, -infinity, 1e30f, -1e30f, 1e-40f};
         constexpr float steps[] = {1.0f, 0.3f, 3.0f};
-        for (int i = 0; i < count; ++i, ++position) {
+        for (float &x : target) {
             const std::uint64_t at = position % hour / second;
-            float &x = target[i];
             if (at < 3000 || at >= 3240) {
                 const bool isAlone = at < 10 || (at >= 3240 && at < 3250); // noise is heard before speech
                 x = (isAlone ? 0.0f : speech[position % speech.size()]) +
@@ -47,6 +47,7 @@ public:
                 x = position / 50 % 2 == 0 ? 1.0f : -1.0f;
             else
                 x = at < 3180 ? 0.5f : at < 3210 ? 1e-40f : odd[position % 6];
+            ++position;
         }
     }
 
@@ -90,7 +91,7 @@ int LikeliestLag(const Samples &in, const Samples &out, int about) {
 Figures Measure(Reducer &reducer, Reducer &young, const Source &source, std::uint64_t position) {
     static Samples in(measured), out(measured), other(measured);
     static std::vector<double> us(frames), youngUs(frames);
-    source.Fill(in.data(), position, static_cast<int>(measured));
+    source.Fill(in, position);
     for (std::size_t frame = 0; frame < frames; ++frame) {
         const std::size_t at = frame * hop;
         youngUs[frame] = TimedUs(young, in.data() + at, other.data() + at);
@@ -122,7 +123,7 @@ Figures Measure(Reducer &reducer, Reducer &young, const Source &source, std::uin
 bool Run(Reducer &reducer, const Source &source, std::uint64_t from, std::uint64_t to) {
     float x[block], wrong = 0;
     for (std::uint64_t position = from; position < to; position += block) {
-        source.Fill(x, position, block);
+        source.Fill(x, position);
         reducer.Process(x, x, block);
         for (const float y : x)
             wrong += y - y; // 0 for what is finite, else NaN
