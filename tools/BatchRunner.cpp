@@ -10,7 +10,6 @@
 #include "tools/AudioReader.h"
 #include "tools/Interrupt.h"
 #include "tools/NativeText.h"
-#include "tools/OutputFile.h"
 #include "tools/ProgressBar.h"
 
 namespace fs = std::filesystem;
@@ -72,10 +71,7 @@ private:
         const Job &job = jobs[index];
         if (IsInterrupted())
             throw Interrupted();
-        for (const fs::path &output : {job.files.target, job.files.spectrogram})
-            if (!job.settings.overwrites && !output.empty() && !IsStandardStream(output) &&
-                fs::exists(output))
-                throw FileError(output, "exists; --force overwrites it");
+        CheckOutputs(job);
         return DenoiseFile(job.files, job.settings, [&](sf_count_t done, sf_count_t total) {
             if (bar)
                 bar->Update(index, done, total);

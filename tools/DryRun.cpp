@@ -10,14 +10,8 @@ namespace fs = std::filesystem;
 namespace quietfloor {
 namespace {
 
-// Throws FileError unless the file could be made or replaced.
-void CheckOutput(const fs::path &file, bool overwrites, bool makesFolders) {
-    if (fs::exists(file)) {
-        if (!fs::is_regular_file(file))
-            throw FileError(file, "is not a regular file");
-        if (!overwrites)
-            throw FileError(file, "exists; --force overwrites it");
-    }
+// Throws FileError unless a file could be made there.
+void CheckFolderOf(const fs::path &file, bool makesFolders) {
     fs::path folder = fs::absolute(file).parent_path();
     while (makesFolders && !fs::exists(folder) && folder.has_relative_path())
         folder = folder.parent_path();
@@ -43,10 +37,11 @@ DryRunResult TryJob(const Job &job, bool makesFolders) {
             result.format =
                 TargetInfo(result.info, settings.container, settings.sampleFormat, job.files.target).format;
         }
+        CheckOutputs(job);
         if (!IsStandardStream(job.files.target))
-            CheckOutput(job.files.target, settings.overwrites, makesFolders);
+            CheckFolderOf(job.files.target, makesFolders);
         if (!job.files.spectrogram.empty())
-            CheckOutput(job.files.spectrogram, settings.overwrites, makesFolders);
+            CheckFolderOf(job.files.spectrogram, makesFolders);
     } catch (const std::exception &failure) {
         result.error = failure.what();
     }

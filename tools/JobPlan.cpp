@@ -136,4 +136,15 @@ std::vector<Job> PlanJobs(const CommandLine &commandLine) {
     return jobs;
 }
 
+void CheckOutputs(const Job &job) {
+    for (const fs::path *output : {&job.files.target, &job.files.spectrogram}) {
+        if (output->empty() || IsStandardStream(*output) || !fs::exists(*output))
+            continue;
+        if (!fs::is_regular_file(*output))
+            throw FileError(*output, fs::is_directory(*output) ? "is a directory" : "is not a regular file");
+        if (!job.settings.overwrites)
+            throw FileError(*output, "exists; --force overwrites it");
+    }
+}
+
 } // namespace quietfloor

@@ -19,6 +19,9 @@ struct Job {
 /// or an output is an input.
 std::vector<Job> PlanJobs(const CommandLine &commandLine);
 
+/// Throws FileError if an output is something other than a file, or a file that must not be overwritten.
+void CheckOutputs(const Job &job);
+
 } // namespace quietfloor
 
 #endif
