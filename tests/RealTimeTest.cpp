@@ -130,6 +130,8 @@ void ExpectQuiet() {
             Samples x = WhiteNoise(static_cast<std::size_t>(80'000 + 4 * size), -40);
             EXPECT_EQ(SeenDuring([&] { Stream(subject, x); }), "") << size << filterMode;
             EXPECT_EQ(SignalUnderSeccomp([&] { Stream(subject, x); }), 0) << size << filterMode;
+            EXPECT_EQ(SeenDuring([&] { subject.SetParameter(Reducer::kFftSize, 700); }), "");
+            EXPECT_EQ(SeenDuring([&] { subject.SetParameter(Reducer::kFilterMode, 1); }), "");
         }
 }
 
