@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cmath>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "tools/AudioReader.h"
@@ -29,17 +30,17 @@ void CheckDistinct(const DenoiseFiles &files) {
 
 // The beginning of the sound, up to so many seconds. Grows with what there is, not with what is allowed.
 std::vector<float> ReadBeginning(AudioReader &reader, double seconds) {
-    const auto channels = static_cast<std::size_t>(reader.Info().channels);
-    const double wanted = seconds * reader.Info().samplerate;
+    const sf_count_t channels = reader.Info().channels;
+    const double most = std::ceil(seconds * reader.Info().samplerate);
     std::vector<float> beginning;
-    while (static_cast<double>(beginning.size() / channels) < wanted) {
-        const std::size_t before = beginning.size();
-        const double missing = wanted - static_cast<double>(before / channels);
-        const auto frames = static_cast<sf_count_t>(
-            std::min(std::ceil(missing), static_cast<double>(SoundStream::blockFrames)));
-        beginning.resize(before + static_cast<std::size_t>(frames) * channels);
-        const sf_count_t count = reader.Read(beginning.data() + before, frames);
-        beginning.resize(before + static_cast<std::size_t>(count) * channels);
+    sf_count_t frames = 0;
+    while (static_cast<double>(frames) < most) {
+        const auto wanted = static_cast<sf_count_t>(
+            std::min(most - static_cast<double>(frames), static_cast<double>(SoundStream::blockFrames)));
+        beginning.resize(static_cast<std::size_t>((frames + wanted) * channels));
+        const sf_count_t count = reader.Read(beginning.data() + frames * channels, wanted);
+        frames += count;
+        beginning.resize(static_cast<std::size_t>(frames * channels));
         if (count == 0)
             break;
     }
@@ -54,7 +55,8 @@ public:
 
     sf_count_t Done() const { return done; }
 
-    void PushBeginning(const std::vector<float> &frames) {
+    // Takes the frames, so that their memory is free when the rest comes.
+    void PushBeginning(std::vector<float> frames) {
         const sf_count_t count = static_cast<sf_count_t>(frames.size()) / reader.Info().channels;
         while (done < count)
             Push(frames.data() + done * reader.Info().channels,
@@ -103,8 +105,7 @@ DenoiseReport DenoiseFile(const DenoiseFiles &files, const DenoiseSettings &sett
     std::vector<float> beginning = ReadBeginning(reader, settings.primeSeconds);
     stream.Prime(beginning);
     stream.Begin();
-    transfer.PushBeginning(beginning);
-    beginning = {};
+    transfer.PushBeginning(std::move(beginning));
     transfer.PushRest();
     stream.End();
     if (picture)

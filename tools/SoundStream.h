@@ -32,7 +32,7 @@ private:
 /// and pushed out by silence at the end, and the source is held back by as much to be mixed or compared.
 class SoundStream {
 public:
-    static constexpr sf_count_t blockFrames = 8192;
+    static constexpr sf_count_t blockFrames = 1024; // a live pipe is no more than this behind
 
     SoundStream(const SF_INFO &source, const DenoiseSettings &settings, AudioWriter &target,
                 Spectrogram *picture);
