@@ -16,37 +16,33 @@ std::string FrequencyLabel(double hz) {
     return text;
 }
 
-std::string ClockLabel(double seconds) {
+std::string ClockLabel(double seconds, bool hasHours) {
     const auto whole = static_cast<long long>(std::round(seconds));
-    const long long hours = whole / 3600;
     char text[32];
-    if (hours > 0)
-        std::snprintf(text, sizeof text, "%lld:%02lld:%02lld", hours, whole / 60 % 60, whole % 60);
+    if (hasHours)
+        std::snprintf(text, sizeof text, "%lld:%02lld:%02lld", whole / 3600, whole / 60 % 60, whole % 60);
     else
         std::snprintf(text, sizeof text, "%lld:%02lld", whole / 60, whole % 60);
     return text;
 }
 
-// The next longer one among 1, 2 and 5 times powers of ten below a minute, then whole parts and multiples of
-// minutes, hours and days.
+// The next longer one: 1, 2 and 5 times powers of ten, from 20 s on whole parts and multiples of minutes,
+// hours and days.
 double NextStep(double step) {
-    constexpr double clockSteps[] = {60, 120, 300, 600, 900, 1800, 3600, 7200, 10800, 21600, 43200, 86400};
+    constexpr double clockSteps[] = {20,   30,   60,   120,   300,   600,   900,
+                                     1800, 3600, 7200, 10800, 21600, 43200, 86400};
     if (step >= 86400.0)
         return 2.0 * step;
-    if (step >= 10.0) {
-        for (const double longer : {20.0, 30.0})
-            if (longer > 1.01 * step)
-                return longer;
+    if (step >= 10.0)
         return *std::upper_bound(std::begin(clockSteps), std::end(clockSteps), 1.01 * step);
-    }
     const double power = std::pow(10.0, std::floor(std::log10(1.01 * step)));
     const double digit = std::round(step / power);
     return (digit < 2.0 ? 2.0 : digit < 5.0 ? 5.0 : 10.0) * power;
 }
 
-std::string TimeLabel(double at, double step, bool isClock) {
-    if (isClock)
-        return ClockLabel(at);
+std::string TimeLabel(double at, double step, double length) {
+    if (length >= 120.0)
+        return ClockLabel(at, length >= 3600.0);
     const int digits = std::max(0, static_cast<int>(std::ceil(-std::log10(1.01 * step))));
     char text[32];
     std::snprintf(text, sizeof text, "%.*f", digits, at);
@@ -71,10 +67,9 @@ std::vector<Tick> FrequencyTicks(const FrequencyAxis &axis, int sampleRate, int 
 std::vector<Tick> TimeTicks(double seconds, int length, int glyphWidth) {
     if (!(seconds > 0.0))
         return {{0, "0"}};
-    const bool isClock = seconds >= 120.0;
     double step = 1e-9;
     const auto HasRoom = [&] {
-        const auto widest = TimeLabel(seconds, step, isClock).size() + 2;
+        const auto widest = TimeLabel(seconds, step, seconds).size() + 2;
         return step / seconds * length >= static_cast<double>(widest) * glyphWidth;
     };
     while (!HasRoom())
@@ -82,7 +77,7 @@ std::vector<Tick> TimeTicks(double seconds, int length, int glyphWidth) {
     std::vector<Tick> ticks;
     for (int i = 0; i * step <= seconds * (1.0 + 1e-9); ++i)
         ticks.push_back({static_cast<int>(std::lround(i * step / seconds * length)),
-                         i == 0 ? "0" : TimeLabel(i * step, step, isClock)});
+                         i == 0 ? "0" : TimeLabel(i * step, step, seconds)});
     return ticks;
 }
 

@@ -19,7 +19,8 @@ struct Tick {
 std::vector<Tick> FrequencyTicks(const FrequencyAxis &axis, int sampleRate, int length, int spacing);
 
 /// Round times from 0 s to `seconds`, evenly spaced so that labels of `glyphWidth` pixels per character have
-/// room for two more between them: "0.25", "12" in seconds, or "2:30", "1:15:00" from two minutes on.
+/// room for two more between them: in seconds ("0.25"), from two minutes on "2:30", from an hour on
+/// "0:15:00".
 std::vector<Tick> TimeTicks(double seconds, int length, int glyphWidth);
 
 } // namespace quietfloor
