@@ -17,13 +17,21 @@ std::string NameOf(int format) {
 
 bool IsPossible(const SF_INFO &info) { return sf_format_check(&info) != 0; }
 
+bool IsMpeg(int format) {
+    const int samples = SamplesOf(format);
+    return samples == SF_FORMAT_MPEG_LAYER_I || samples == SF_FORMAT_MPEG_LAYER_II ||
+           samples == SF_FORMAT_MPEG_LAYER_III;
+}
+
 bool IsFinerThan16Bit(int samples) {
     return IntegerBits(samples) > 16 || samples == SF_FORMAT_FLOAT || samples == SF_FORMAT_DOUBLE;
 }
 
 // The first that the container holds; the last one if none.
 void ChooseSamples(SF_INFO &info) {
-    const int container = ContainerOf(info.format), given = SamplesOf(info.format);
+    const int container = ContainerOf(info.format);
+    // MPEG is said to go into WAV files, but nothing writes it there.
+    const int given = IsMpeg(info.format) ? int(SF_FORMAT_PCM_16) : SamplesOf(info.format);
     const bool isFine = IsFinerThan16Bit(given), isCoarse = IntegerBits(given) == 8;
     for (const int samples :
          {given, isFine ? SF_FORMAT_PCM_24 : given, isCoarse ? SF_FORMAT_PCM_S8 : given,
