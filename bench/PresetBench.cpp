@@ -58,7 +58,7 @@ ParameterValues ParseParameters(std::span<char *> arguments) {
         int index = 0;
         while (index < parameterCount && argument.substr(0, equals) != ParameterAt(index).name)
             ++index;
-        if (equals == argument.npos || index == parameterCount)
+        if (equals == std::string_view::npos || index == parameterCount)
             throw std::runtime_error("not a parameter: " + std::string(argument));
         values[static_cast<std::size_t>(index)] = std::stof(std::string(argument.substr(equals + 1)));
     }
