@@ -23,25 +23,19 @@ SoundStream::SoundStream(const SF_INFO &source, const DenoiseSettings &given, Au
       blockSamples(static_cast<std::size_t>(blockFrames * source.channels)), dry(blockSamples),
       wet(blockSamples), residual(blockSamples), toSkip(given.keepsLatency ? reducers.Latency() : 0) {}
 
-void SoundStream::Teach(const std::vector<float> &interleaved) {
-    for (std::size_t at = 0; at < interleaved.size(); at += blockSamples) {
-        const std::size_t count = std::min(blockSamples, interleaved.size() - at);
-        std::copy_n(interleaved.begin() + static_cast<std::ptrdiff_t>(at), count, wet.begin());
-        reducers.Process(wet.data(), static_cast<sf_count_t>(count) / channels);
-    }
-}
-
-// What lies just before the beginning is heard in its first frames. Silence there would look like a change
-// of the noise, and the reducers would learn anew: so the beginning itself runs backwards into it.
+// Backwards, so that the beginning runs into itself: a jump in the noise, to silence or from whatever is
+// heard at the end of the stretch, would be heard in the first frames, and the reducers would learn anew.
 void SoundStream::Prime(const std::vector<float> &interleaved) {
-    Teach(interleaved);
-    const auto frame = static_cast<std::ptrdiff_t>(channels);
-    const auto count = std::min(static_cast<std::ptrdiff_t>(interleaved.size()),
-                                static_cast<std::ptrdiff_t>(reducers.Latency()) * frame);
-    std::vector<float> backwards;
-    for (auto at = interleaved.begin() + count; at != interleaved.begin(); at -= frame)
-        backwards.insert(backwards.end(), at - frame, at);
-    Teach(backwards);
+    const auto width = static_cast<std::size_t>(channels);
+    sf_count_t filled = 0;
+    for (std::size_t end = interleaved.size(); end > 0; end -= width) {
+        const auto frame = interleaved.begin() + static_cast<std::ptrdiff_t>(end - width);
+        std::copy_n(frame, width, wet.begin() + static_cast<std::ptrdiff_t>(filled * channels));
+        if (++filled == blockFrames || end == width) {
+            reducers.Process(wet.data(), filled);
+            filled = 0;
+        }
+    }
     isPrimed = !interleaved.empty();
 }
 
@@ -82,13 +76,15 @@ void SoundStream::Feed(const float *frames, sf_count_t count) {
 }
 
 void SoundStream::Mix(sf_count_t frames) {
+    const sf_count_t skipped = std::min(toSkip, frames);
+    toSkip -= skipped;
+    if (isPrimed) // what was taught last
+        std::fill_n(wet.begin(), skipped * channels, 0.0f);
     const auto share = static_cast<float>(settings.mix), rest = static_cast<float>(1.0 - settings.mix);
     for (std::size_t i = 0; i < static_cast<std::size_t>(frames * channels); ++i) {
         wet[i] = share * wet[i] + rest * dry[i];
         residual[i] = dry[i] - wet[i];
     }
-    const sf_count_t skipped = std::min(toSkip, frames);
-    toSkip -= skipped;
     after.Push(wet.data() + skipped * channels, frames - skipped);
     writer.Write(settings.writesResidual ? residual.data() : wet.data(), frames);
     if (picture != nullptr)

@@ -54,7 +54,6 @@ public:
     double FloorAfterDb() const { return after.FloorDb(); }
 
 private:
-    void Teach(const std::vector<float> &interleaved);
     void Feed(const float *frames, sf_count_t count);
     void FeedSilence(sf_count_t frames);
     void Mix(sf_count_t frames);
