@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string>
 
 #include "lib/quietfloor.h"
 #include "tests/Signals.h"
@@ -56,4 +57,21 @@ TEST(CInterface, RefusesWhatMakesNoSense) {
     EXPECT_EQ(lower, 20);
     EXPECT_STREQ(quietfloor_parameter_unit(QUIETFLOOR_BANDWIDTH), "Hz");
     EXPECT_EQ(quietfloor_parameter_name(count), nullptr);
+}
+
+TEST(CInterface, TellsWhatAnObjectIs) {
+    const Handle handle = Owned(quietfloor_create());
+    for (int i = 0; i < quietfloor_parameter_count(); ++i) {
+        EXPECT_STRNE(quietfloor_parameter_description(i), "") << i;
+        if (quietfloor_parameter_is_settable(i))
+            EXPECT_EQ(quietfloor_parameter_default(i), quietfloor_get_parameter(handle.get(), i)) << i;
+    }
+    quietfloor_resume(handle.get());
+    EXPECT_EQ(quietfloor_get_parameter(handle.get(), Reducer::kActive), 1);
+    quietfloor_suspend(handle.get());
+    EXPECT_EQ(quietfloor_get_parameter(handle.get(), Reducer::kActive), 0);
+    int part[3];
+    quietfloor_version_numbers(&part[0], &part[1], &part[2]);
+    EXPECT_EQ(std::to_string(part[0]) + '.' + std::to_string(part[1]) + '.' + std::to_string(part[2]),
+              quietfloor_version());
 }
