@@ -85,7 +85,7 @@ protected:
     }
     void PutSizes(const fs::path &wav, const char *file, const char *data) const {
         const std::string bytes = Bytes(wav);
-        std::ofstream(wav)
+        std::ofstream(wav, std::ios::binary)
             << std::string(bytes).replace(4, 4, file, 4).replace(bytes.find("data") + 4, 4, data, 4);
     }
 };

@@ -33,7 +33,7 @@ std::int64_t ReadSome(int descriptor, void *bytes, std::size_t count) {
 std::int64_t WriteSome(int descriptor, const void *bytes, std::size_t count) {
 #if defined(_WIN32)
     const int written = _write(descriptor, bytes, static_cast<unsigned>(std::min(count, largestCall)));
-    if (written < 0 && errno == EINVAL) // a pipe that nobody reads any more
+    if (written <= 0 && errno == EINVAL) // a pipe that nobody reads any more
         errno = EPIPE;
     return written;
 #else
