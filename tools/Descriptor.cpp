@@ -113,6 +113,16 @@ bool IsSeekable(int descriptor) {
 #endif
 }
 
+#if defined(_WIN32)
+bool LeadsTo(int, const std::filesystem::path &) { return false; }
+#else
+bool LeadsTo(int descriptor, const std::filesystem::path &path) {
+    struct stat here, there;
+    return fstat(descriptor, &here) == 0 && stat(path.c_str(), &there) == 0 && S_ISREG(here.st_mode) &&
+           here.st_dev == there.st_dev && here.st_ino == there.st_ino;
+}
+#endif
+
 std::int64_t SeekTo(int descriptor, std::int64_t position) {
 #if defined(_WIN32)
     return _lseeki64(descriptor, position, SEEK_SET);

@@ -22,6 +22,9 @@ int StandardOutput();
 /// opened for appending.
 bool IsSeekable(int descriptor);
 
+/// Whether it leads to the regular file of this name. Windows does not say: false there.
+bool LeadsTo(int descriptor, const std::filesystem::path &path);
+
 /// In bytes from the file's beginning; -1 on failure, with errno.
 std::int64_t SeekTo(int descriptor, std::int64_t position);
 std::int64_t Position(int descriptor);

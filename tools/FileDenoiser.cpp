@@ -9,6 +9,7 @@
 
 #include "tools/AudioReader.h"
 #include "tools/AudioWriter.h"
+#include "tools/Descriptor.h"
 #include "tools/SoundStream.h"
 #include "tools/Spectrogram.h"
 #include "tools/TargetFormat.h"
@@ -20,12 +21,15 @@ namespace {
 void CheckDistinct(const DenoiseFiles &files) {
     if (IsStandardStream(files.source))
         return;
-    const bool isStream = IsStandardStream(files.target);
-    const std::filesystem::path target = isStream ? "/dev/stdout" : files.target;
+    if (IsStandardStream(files.target)) {
+        if (LeadsTo(StandardOutput(), files.source))
+            throw FileError("standard output", "is the source, too");
+        return;
+    }
     std::error_code ignored; // one of them does not exist: they differ
-    if (std::filesystem::is_regular_file(target, ignored) &&
-        std::filesystem::equivalent(files.source, target, ignored))
-        throw FileError(isStream ? "standard output" : files.target, "is the source, too");
+    if (std::filesystem::is_regular_file(files.target, ignored) &&
+        std::filesystem::equivalent(files.source, files.target, ignored))
+        throw FileError(files.target, "is the source, too");
 }
 
 // The beginning of the sound, up to so many seconds. Grows with what there is, not with what is allowed.
