@@ -26,11 +26,11 @@ void MakePink(Signal &noise, int rateHz) {
     for (double poleHz = 20.0; poleHz < 0.5 * rateHz; poleHz *= 2.0) {
         const double pole = std::exp(-2.0 * pi * poleHz / rateHz);
         const double zero = std::exp(-2.0 * pi * std::numbers::sqrt2 * poleHz / rateHz);
-        double lastIn = 0.0, lastOut = 0.0;
+        double held = 0.0; // what the past adds to the next sample
         for (float &sample : noise) {
-            lastOut = sample - zero * lastIn + pole * lastOut;
-            lastIn = sample;
-            sample = static_cast<float>(lastOut);
+            const double out = sample + held;
+            held = pole * out - zero * sample;
+            sample = static_cast<float>(out);
         }
     }
 }

@@ -38,7 +38,7 @@ struct Contender {
 
 Signal ReadSamples(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
-    const std::vector<char> bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    const std::string bytes(std::istreambuf_iterator<char>(file), {});
     if (!file || bytes.empty())
         throw std::runtime_error("cannot read " + path);
     Signal samples(bytes.size() / sizeof(float));

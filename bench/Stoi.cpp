@@ -69,10 +69,12 @@ std::vector<double> JoinFrames(const std::vector<double> &signal, const std::vec
     return joined;
 }
 
+constexpr std::size_t edgeCount = bandCount + 1;
+
 // First bin of each third-octave band, and the one after the last band: the bins nearest to the edges.
-std::array<std::size_t, bandCount + 1> BandEdges() {
-    std::array<std::size_t, bandCount + 1> edges{};
-    for (std::size_t band = 0; band <= bandCount; ++band) {
+std::array<std::size_t, edgeCount> BandEdges() {
+    std::array<std::size_t, edgeCount> edges{};
+    for (std::size_t band = 0; band < edgeCount; ++band) {
         const double edgeHz = lowestBandHz * std::exp2((static_cast<double>(band) - 0.5) / 3.0);
         edges[band] = static_cast<std::size_t>(std::lround(edgeHz * transformSize / stoiRateHz));
     }
@@ -81,7 +83,7 @@ std::array<std::size_t, bandCount + 1> BandEdges() {
 
 // Amplitude in each band of each frame.
 std::vector<Bands> BandEnvelopes(const std::vector<double> &signal) {
-    static const std::array<std::size_t, bandCount + 1> edges = BandEdges();
+    static const std::array<std::size_t, edgeCount> edges = BandEdges();
     FFTWORKINGDATA_D transform(static_cast<std::int32_t>(transformSize));
     std::vector<Bands> envelopes;
     std::array<double, transformSize> re, im;
@@ -91,13 +93,14 @@ std::vector<Bands> BandEnvelopes(const std::vector<double> &signal) {
         im.fill(0.0);
         std::copy(frame.begin(), frame.end(), re.begin());
         LFFTD(re.data(), im.data(), static_cast<Int32>(transformSize), 1, transform);
-        Bands &bands = envelopes.emplace_back();
+        Bands bands;
         for (std::size_t band = 0; band < bandCount; ++band) {
             double energy = 0.0;
             for (std::size_t bin = edges[band]; bin < edges[band + 1]; ++bin)
                 energy += re[bin] * re[bin] + im[bin] * im[bin];
             bands[band] = std::sqrt(energy);
         }
+        envelopes.push_back(bands);
     }
     return envelopes;
 }
