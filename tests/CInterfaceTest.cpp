@@ -63,8 +63,9 @@ TEST(CInterface, TellsWhatAnObjectIs) {
     const Handle handle = Owned(quietfloor_create());
     for (int i = 0; i < quietfloor_parameter_count(); ++i) {
         EXPECT_STRNE(quietfloor_parameter_description(i), "") << i;
-        if (quietfloor_parameter_is_settable(i))
+        if (quietfloor_parameter_is_settable(i)) {
             EXPECT_EQ(quietfloor_parameter_default(i), quietfloor_get_parameter(handle.get(), i)) << i;
+        }
     }
     quietfloor_resume(handle.get());
     EXPECT_EQ(quietfloor_get_parameter(handle.get(), Reducer::kActive), 1);
