@@ -71,7 +71,8 @@ bool Denoise(const fs::path &source, const fs::path &target, const DenoiseSettin
     } catch (const Interrupted &) {
         return false;
     }
-    REQUIRE(report.frames == CountFrames(source));
+    // A decoder that stumbles gives so many frames in small blocks and others in large ones.
+    REQUIRE(report.truncated || report.frames == CountFrames(source));
     if (report.frames == 0) // the sound library cannot read all that it writes without a frame
         return true;
     const SF_INFO info = AudioReader(target).Info();
