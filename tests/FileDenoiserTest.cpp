@@ -22,8 +22,9 @@
 #include <sndfile.hh>
 
 #include "tests/Signals.h"
-#include "tools/AudioFile.h"
+#include "tools/AudioReader.h"
 #include "tools/FileDenoiser.h"
+#include "tools/FileError.h"
 
 namespace fs = std::filesystem;
 using namespace quietfloor;

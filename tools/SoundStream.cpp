@@ -5,7 +5,7 @@
 
 namespace quietfloor {
 
-void DelayLine::Process(float *samples, std::size_t count) {
+void FrameDelay::Process(float *samples, std::size_t count) {
     if (ring.empty())
         return;
     for (std::size_t i = 0; i < count; ++i) {

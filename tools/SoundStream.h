@@ -16,9 +16,9 @@
 namespace quietfloor {
 
 /// Holds interleaved frames back by a fixed number of them.
-class DelayLine {
+class FrameDelay {
 public:
-    DelayLine(sf_count_t frames, int channels) : ring(static_cast<std::size_t>(frames * channels)) {}
+    FrameDelay(sf_count_t frames, int channels) : ring(static_cast<std::size_t>(frames * channels)) {}
 
     /// In place; `count` samples of all channels together.
     void Process(float *samples, std::size_t count);
@@ -63,7 +63,7 @@ private:
     AudioWriter &writer;
     Spectrogram *picture; // null for none
     ChannelReducers reducers;
-    DelayLine delay;
+    FrameDelay delay;
     NoiseFloorMeter before, after;
     int channels;
     std::size_t blockSamples;
