@@ -51,7 +51,8 @@ bool Save(const fs::path &path, int format, int channels, const Samples &samples
         sf_set_chunk(file.rawHandle(), &chunk);
     file.command(SFC_SET_INSTRUMENT, &instrument, sizeof instrument);
     file.command(SFC_SET_CHANNEL_MAP_INFO, const_cast<int *>(map.data()), channels * 4);
-    file.command(SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
+    if ((format & SF_FORMAT_TYPEMASK) != SF_FORMAT_RF64) // there it would add one
+        file.command(SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
     return file.write(samples.data(), static_cast<sf_count_t>(samples.size())) ==
            static_cast<sf_count_t>(samples.size());
 }

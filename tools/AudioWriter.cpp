@@ -48,8 +48,10 @@ AudioWriter::AudioWriter(const std::filesystem::path &path, const SF_INFO &forma
     file.reset(Open(info, output));
     if (!file)
         throw FileError(output.Name(), sf_strerror(nullptr));
-    // The peak chunk carries the time of day: without it the same input gives the same file.
-    sf_command(file.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
+    // The peak chunk carries the time of day: without it the same input gives the same file. RF64 has none
+    // unless libsndfile is told to leave it out.
+    if ((info.format & SF_FORMAT_TYPEMASK) != SF_FORMAT_RF64)
+        sf_command(file.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
     Start(source);
 }
 
