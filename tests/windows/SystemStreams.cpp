@@ -75,8 +75,10 @@ void Write(const Samples &x, const fs::path &path) {
 bool Compare(const Samples &x, const fs::path &path, double boundDb) {
     Samples expected(length), difference(length);
     std::ifstream file(path, std::ios::binary);
-    if (!file.read(reinterpret_cast<char *>(expected.data()), length * sizeof(float)))
+    if (!file.read(reinterpret_cast<char *>(expected.data()), length * sizeof(float))) {
+        std::printf("%s: the other system has no such stream\n", path.filename().string().c_str());
         return false;
+    }
     std::transform(x.begin(), x.end(), expected.begin(), difference.begin(), std::minus<>());
     const double apart = LevelDb(difference, 0, length) - LevelDb(expected, 0, length);
     std::printf("%-40s %7.1f dB, below %.0f\n", path.filename().string().c_str(), apart, boundDb);

@@ -10,7 +10,8 @@ windows=$(cd "$1" && pwd)
 native=$root/build/test/release streams=$windows/streams
 
 cd "$root"
-cmake --preset release -B "$native" -D CMAKE_CXX_COMPILER=g++ -D QUIETFLOOR_WERROR=ON >/dev/null
+cmake --preset release -B "$native" -D CMAKE_CXX_COMPILER=g++ -D QUIETFLOOR_LEVEL=best \
+    -D QUIETFLOOR_WERROR=ON >/dev/null
 cmake --build "$native" -j "$(nproc)" --target SystemStreams
 rm -rf "$streams"
 mkdir "$streams"
