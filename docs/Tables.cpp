@@ -1,5 +1,6 @@
 // Prints the tables of the pages, one by name: what scripts/check-docs compares with the pages, or writes
-// into them. A page may add columns of its own to the right.
+// into them. A page may add columns of its own to the right. The list "headers" is for the tables that the
+// public headers hold.
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -23,6 +24,16 @@ void PrintParameters() {
         if (parameter.isSettable)
             std::printf("| `%s` | %s | %s |\n", parameter.name, RangeText(parameter).c_str(),
                         NumberText(parameter.defaultValue).c_str());
+    }
+}
+
+// A line of index, unit and bounds for each parameter, and one of index and default.
+void PrintHeaders() {
+    for (int i = 0; i < parameterCount; ++i) {
+        const ParameterInfo &parameter = ParameterAt(i);
+        std::printf("%d %s %.2f %.2f\n", i, *parameter.unit ? parameter.unit : "-",
+                    static_cast<double>(parameter.lowerBound), static_cast<double>(parameter.upperBound));
+        std::printf("%d default %.2f\n", i, static_cast<double>(parameter.defaultValue));
     }
 }
 
@@ -76,7 +87,8 @@ const struct {
 } tables[] = {{"parameters", PrintParameters},
               {"presets", PrintPresets},
               {"latency", PrintLatency},
-              {"geometry", PrintGeometry}};
+              {"geometry", PrintGeometry},
+              {"headers", PrintHeaders}};
 
 } // namespace
 

@@ -27,7 +27,8 @@ struct SingleChannelAdaptiveNoiseParams;
 ///           `Process` never allocates, locks, throws or calls the system.
 /// Failure   If memory runs out in a rebuild, `std::bad_alloc` leaves the call that caused it; the
 ///           object keeps its parameters, reports latency 0 and tries again at the next `Process`
-///           or `Resume`. No other operation fails.
+///           or `Resume`. Beside copies, which leave their target as it was, no other operation
+///           fails.
 /// Bad input A NaN or infinite sample is taken as 0, a finite one beyond +-1e15 as +-1e15. No input
 ///           damages later output.
 /// Floats    `Process` flushes subnormal numbers to zero while it runs and restores the caller's
@@ -63,27 +64,28 @@ struct SingleChannelAdaptiveNoiseParams;
 /// otherwise, and asks for a rebuild even if it does not change.
 class SingleChannelAdaptiveNoise {
 public:
-    /// Positions in the parameter table above.
+    /// Positions in the table of parameters.
     enum Parameter : int {
-        kReductionDb = 0,
-        kOffsetDb = 1,
-        kSensitivity = 2,
-        kTrackerRate = 3,
-        kStrength = 4,
-        kReserved = 5,
-        kBandWidthHz = 6,
-        kFftSize = 7,
-        kOverlap = 8,
-        kKneeDb = 9,
-        kReleaseMs = 10,
-        kFilterMode = 11,
-        kUnused = 12,
-        kActive = 13
+        kReductionDb = 0, ///< dB: most that noise is turned down
+        kOffsetDb = 1,    ///< dB: shift of the detection threshold
+        kSensitivity = 2, ///< how uneven noise may be
+        kTrackerRate = 3, ///< without effect
+        kStrength = 4,    ///< percent: strength of the whole reduction
+        kReserved = 5,    ///< without effect
+        kBandWidthHz = 6, ///< Hz: width of the local comparison; 0 turns it off
+        kFftSize = 7,     ///< samples, snaps to a power of two from 64 to 16384; rebuilds
+        kOverlap = 8,     ///< only read back: frames per FFT size
+        kKneeDb = 9,      ///< dB: width of the gain knee; waits for a rebuild
+        kReleaseMs = 10,  ///< ms: fall time of the level smoothing
+        kFilterMode = 11, ///< 1: linear-phase filter, 0: a gain per bin; rebuilds
+        kUnused = 12,     ///< without effect
+        kActive = 13      ///< only read back: 1 after `Resume`, 0 after `Suspend`
     };
-    static constexpr int kParamCount = 14; ///< of the table above, those without effect among them
+    static constexpr int kParamCount = 14; ///< rows of the table, those without effect among them
 
     /// Ready to process at 44100 Hz with the defaults of the table. Allocates; throws std::bad_alloc.
     QUIETFLOOR_API SingleChannelAdaptiveNoise();
+    /// Frees the working storage.
     QUIETFLOOR_API ~SingleChannelAdaptiveNoise();
 
     /// An independent object with the same parameters and the same history: both go on bit for bit
@@ -107,11 +109,13 @@ public:
     /// The bounds that a host should offer; for an index outside 0 .. 13 both stay untouched.
     QUIETFLOOR_API void GetBounds(int index, float &lower, float &upper);
 
-    /// In samples; 0 between `SetSampleRate` and the next `Resume` or `Process`.
+    /// In samples; 0 between `SetSampleRate` (or a failed rebuild) and the next `Resume` or `Process`.
+    /// Another FFT size counts from the rebuild on; between setting another mode and the rebuild the
+    /// value is of no use.
     QUIETFLOOR_API int GetLatency() const;
 
-    /// In Hz; below 1 it is ignored. Frees the working storage: `Resume` (or the next `Process`)
-    /// builds it anew.
+    /// In Hz; below 1 it is ignored. Forgets all sound and all learnt noise and frees the working
+    /// storage: `Resume` (or the next `Process`) builds it anew.
     QUIETFLOOR_API void SetSampleRate(int rate);
 
     /// Sets `kActive` to 0 and does nothing else: a suspended object still processes.

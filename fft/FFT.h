@@ -35,19 +35,19 @@ using Int32 = std::conditional_t<sizeof(long) == 4, long, std::int32_t>;
 } // namespace quietfloor
 
 /// A prepared transform of one length and precision. Made by a factory, owned by the caller and
-/// destroyed with `delete`; never resized, never copied.
+/// destroyed with `delete`; never resized, never copied. The shared library exports no constructor.
 class QUIETFLOOR_API FFTWORKINGDATA {
 public:
-    virtual ~FFTWORKINGDATA();
+    virtual ~FFTWORKINGDATA(); ///< frees what the class holds
 };
 
 /// Single precision. Those of the factory have 64 points.
 class FFTWORKINGDATA_F : public FFTWORKINGDATA {
 public:
-    FFTWORKINGDATA_F();
+    FFTWORKINGDATA_F(); ///< without a transform
     FFTWORKINGDATA_F(const FFTWORKINGDATA_F &) = delete;
     FFTWORKINGDATA_F &operator=(const FFTWORKINGDATA_F &) = delete;
-    ~FFTWORKINGDATA_F() override;
+    ~FFTWORKINGDATA_F() override; ///< frees the transform
 
     quietfloor::IppsFFTSpec_32f *fftSpec = nullptr; ///< owned; with null no routine does anything
 };
@@ -55,10 +55,10 @@ public:
 /// Double precision, of the smallest power of two, at least 2, that is not below the request.
 class FFTWORKINGDATA_D : public FFTWORKINGDATA {
 public:
-    explicit FFTWORKINGDATA_D(std::int32_t requestedSize); ///< in points
+    explicit FFTWORKINGDATA_D(std::int32_t requestedSize); ///< as `CreateFFTWORKINGDATA_D`
     FFTWORKINGDATA_D(const FFTWORKINGDATA_D &) = delete;
     FFTWORKINGDATA_D &operator=(const FFTWORKINGDATA_D &) = delete;
-    ~FFTWORKINGDATA_D() override;
+    ~FFTWORKINGDATA_D() override; ///< frees the transform
 
     quietfloor::IppsFFTSpec_64f *fftSpec = nullptr; ///< owned; with null no routine does anything
 };
@@ -91,6 +91,7 @@ QUIETFLOOR_API void LFFTSD(double *srcRe, double *srcIm, double *dstRe, double *
 ///
 /// `dir` > 0   reads x and y, writes their spectra in full, all n bins; the imaginary parts at bins 0
 ///             and n/2 are 0.
+///
 /// `dir` <= 0  reads both spectra, all n bins, and writes n times their signals into x and y. The
 ///             spectra should be conjugate-symmetric; what is not shows in the other channel.
 ///
@@ -117,23 +118,29 @@ QUIETFLOOR_API void CombineLRSpectrumToComplex(int channel, float **channelRe, f
 
 namespace dsp {
 
-/// Records of one layout under four names, kept for hosts that link against them: nothing in the
-/// library makes or reads one. Assignment copies the fields; the record owns nothing.
+// Records of one layout under four names. In a macro, only comments of this kind reach the reference.
 // NOLINTBEGIN(bugprone-macro-parentheses): a class's name takes none.
 #define QUIETFLOOR_FFT_RECORD(Name)                                                                          \
     class Name {                                                                                             \
     public:                                                                                                  \
+        /** Copies the fields. */                                                                            \
         QUIETFLOOR_API Name &operator=(const Name &other);                                                   \
+        /** The field `size`. */                                                                             \
         QUIETFLOOR_API std::int32_t GetSize() const;                                                         \
                                                                                                              \
-        void *spec = nullptr;                                                                                \
-        std::int32_t size = 0; /* points; what GetSize returns */                                            \
+        void *spec = nullptr;  /**< never read */                                                            \
+        std::int32_t size = 0; /**< points */                                                                \
     }
 // NOLINTEND(bugprone-macro-parentheses)
 
+/// A name kept for hosts that link against it: nothing in the library makes or reads such a record, and
+/// it owns nothing.
 QUIETFLOOR_FFT_RECORD(IppFFT);
+/// As IppFFT.
 QUIETFLOOR_FFT_RECORD(IppFFT32);
+/// As IppFFT.
 QUIETFLOOR_FFT_RECORD(IppFFT32fReal);
+/// As IppFFT.
 QUIETFLOOR_FFT_RECORD(IppFFT64fReal);
 #undef QUIETFLOOR_FFT_RECORD
 

@@ -26,9 +26,9 @@ extern "C" {
 
 /// What became of a call.
 typedef enum quietfloor_status {
-    QUIETFLOOR_OK = 0,
-    QUIETFLOOR_OUT_OF_MEMORY = 1,
-    QUIETFLOOR_BAD_ARGUMENT = 2 ///< a null handle or array, an index or a rate outside its range
+    QUIETFLOOR_OK = 0,            ///< done
+    QUIETFLOOR_OUT_OF_MEMORY = 1, ///< the handle keeps its parameters and tries again at the next call
+    QUIETFLOOR_BAD_ARGUMENT = 2   ///< a null handle or array, an index or a rate outside its range
 } quietfloor_status;
 
 /// The parameters that do something, by index; 0 to `quietfloor_parameter_count() - 1` are valid.
@@ -65,17 +65,19 @@ QUIETFLOOR_API void quietfloor_destroy(quietfloor_reducer *reducer);
 /// Reads `count` samples from `in` and writes as many to `out`, `quietfloor_latency` samples late. `out`
 /// may be `in` itself but must not overlap it otherwise. Any count goes, and how the stream is cut into
 /// blocks changes no bit of the output; for 0 and below only pending work is done. Full scale is +-1,
-/// but nothing depends on it; a NaN or infinite sample is taken as 0. Short of memory, which happens
-/// in a pending rebuild alone, nothing is written to `out`.
+/// but nothing depends on it; a NaN or infinite sample is taken as 0. A null array is a bad argument
+/// unless `count` is 0 or below. Short of memory, which happens in a pending rebuild alone, nothing is
+/// written to `out`.
 QUIETFLOOR_API quietfloor_status quietfloor_process(quietfloor_reducer *reducer, const float *in, float *out,
                                                     int count);
 
 /// In samples; 0 for null, and between a new sample rate (or a failed rebuild) and the next resume or
-/// process. It follows the FFT size and the filter mode once they have been rebuilt.
+/// process. Another FFT size counts from the rebuild on; between setting another filter mode and the
+/// rebuild the value is of no use.
 QUIETFLOOR_API int quietfloor_latency(const quietfloor_reducer *reducer);
 
-/// In Hz, at least 1. Forgets all sound and frees the working storage: resume, or the next process,
-/// builds it anew.
+/// In Hz; below 1 is a bad argument. Forgets all sound and all learnt noise and frees the working
+/// storage: resume, or the next process, builds it anew.
 QUIETFLOOR_API quietfloor_status quietfloor_set_sample_rate(quietfloor_reducer *reducer, int rate);
 
 /// In Hz; 0 for null.
@@ -91,7 +93,7 @@ QUIETFLOOR_API quietfloor_status quietfloor_resume(quietfloor_reducer *reducer);
 
 /// Stores a value and puts it into effect as the list of parameters says. A NaN or an infinity is
 /// stored, but processing goes on with the last finite value; an FFT size that no size is near is
-/// ignored.
+/// ignored. An index out of range is a bad argument.
 QUIETFLOOR_API quietfloor_status quietfloor_set_parameter(quietfloor_reducer *reducer, int index,
                                                           float value);
 
