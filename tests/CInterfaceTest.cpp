@@ -21,9 +21,11 @@ TEST(CInterface, GivesTheSameBitsAsTheObject) {
     Samples x = WhiteNoise(60000, -40), y = x, z = x;
     std::srand(3);
     Reducer reducer;
+    reducer.SetSampleRate(16000);
     Configure(reducer, 1024, true);
     std::srand(3);
     Handle handle = Owned(quietfloor_create());
+    EXPECT_EQ(quietfloor_set_sample_rate(handle.get(), 16000), QUIETFLOOR_OK);
     quietfloor_set_parameter(handle.get(), QUIETFLOOR_FFT_SIZE, 1024);
     quietfloor_set_parameter(handle.get(), QUIETFLOOR_FILTER_MODE, 1);
     EXPECT_EQ(quietfloor_resume(handle.get()), QUIETFLOOR_OK);
@@ -31,6 +33,7 @@ TEST(CInterface, GivesTheSameBitsAsTheObject) {
     const auto half = static_cast<int>(x.size() / 2);
     EXPECT_EQ(quietfloor_process(handle.get(), x.data(), y.data(), half), QUIETFLOOR_OK);
     handle = Owned(quietfloor_copy(handle.get()));
+    EXPECT_EQ(quietfloor_sample_rate(handle.get()), 16000);
     EXPECT_EQ(quietfloor_process(handle.get(), y.data() + half, y.data() + half, half), QUIETFLOOR_OK);
     reducer.Process(z.data(), z.data(), 2 * half);
     EXPECT_EQ(std::memcmp(y.data(), z.data(), y.size() * sizeof(float)), 0);

@@ -14,6 +14,7 @@
 #include "fft/engine/Allocator.h"
 #include "tests/CReducer.h"
 #include "tests/Signals.h"
+#include "tests/StreamInspector.h"
 
 namespace {
 
@@ -135,6 +136,7 @@ void Copies() {
 void Assigns() {
     Reducer source, target;
     Configure(target, 128, true);
+    dsp::StreamInspector::Record(source).compander = quietfloor::BuildLevelCompander({}, 512, 128);
     Output(target);
     Reducer twin(target);
     if (!Works([&] { target = source; })) {
@@ -209,6 +211,15 @@ void TransformsTwoChannels() {
     EXPECT_EQ(rows[2], std::vector<float>(64, 1.0f));
 }
 
+void BuildsCompander() {
+    std::optional<quietfloor::LevelCompander> made;
+    const auto build = [&made] { made = quietfloor::BuildLevelCompander({.channels = 2}, 512, 128); };
+    if (!Works(build))
+        build();
+    float frame[2] = {1, 1};
+    EXPECT_EQ(made->CompressBlock(frame, 0, 1) + made->ExpandBlock(frame, 0, 1), 2);
+}
+
 struct Operation {
     const char *name;
     void (*run)();
@@ -233,6 +244,7 @@ const Operation operations[] = {
     {"CreateFFTWORKINGDATA_D",
      [] { Prepares<double, FFTWORKINGDATA_D>([] { return CreateFFTWORKINGDATA_D(64); }, LFFTD); }},
     {"LFFT2CF", TransformsTwoChannels},
+    {"BuildLevelCompander", BuildsCompander},
 };
 
 } // namespace

@@ -116,6 +116,11 @@ TEST(Parameters, ForwardingChangesNothingElse) {
     std::mt19937 random(11);
     Reducer reducer;
     for (int change = 0; change < 2000; ++change) {
+        if (change == 1000) { // the rest in filter mode
+            Reducer filtering;
+            Configure(filtering, 512, true);
+            reducer = filtering;
+        }
         const int index = indices[random() % std::size(indices)];
         float lower = 0, upper = 0;
         reducer.GetBounds(index, lower, upper);

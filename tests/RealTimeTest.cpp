@@ -13,6 +13,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
 #include <stdexcept>
 #include <string>
 
@@ -105,11 +109,27 @@ void Stream(Subject &subject, Samples &x) {
     }
 }
 
-// Under strict seccomp any call of the system but read, write and exit kills the process.
+// What takes every turn of the noise engine: it learns, loses the sound in silence, and learns anew.
+Samples Turns(std::size_t count) {
+    Samples x = WhiteNoise(count, -40);
+    const std::size_t part = count / 5;
+    std::fill_n(x.begin() + static_cast<std::ptrdiff_t>(2 * part), part, 0.0f);
+    for (std::size_t i = 3 * part; i < 4 * part; ++i)
+        x[i] *= i % 2 == 0 ? 100 : std::numeric_limits<float>::quiet_NaN();
+    return x;
+}
+
+// Under strict seccomp any call of the system but read, write and exit kills the process, and writing
+// to what nobody reads does, too.
 template <class Call>
 int SignalUnderSeccomp(Call call) {
+    std::fflush(nullptr); // or the child writes what is left to write here
     const pid_t child = fork();
     if (child == 0) {
+        int ends[2] = {};
+        if (pipe(ends) != 0 || close(ends[0]) != 0 || dup2(ends[1], 1) != 1 || dup2(ends[1], 2) != 2)
+            std::abort();
+        std::setvbuf(stdout, nullptr, _IONBF, 0);
         prctl(PR_SET_SECCOMP, SECCOMP_MODE_STRICT);
         call();
         syscall(SYS_exit, 0);
@@ -126,8 +146,9 @@ void ExpectQuiet() {
             Subject subject;
             subject.SetParameter(Reducer::kFftSize, static_cast<float>(size));
             subject.SetParameter(Reducer::kFilterMode, filterMode);
+            subject.SetSampleRate(8000);
             subject.Resume();
-            Samples x = WhiteNoise(static_cast<std::size_t>(80'000 + 4 * size), -40);
+            Samples x = Turns(static_cast<std::size_t>(80'000 + 4 * size));
             EXPECT_EQ(SeenDuring([&] { Stream(subject, x); }), "") << size << filterMode;
             EXPECT_EQ(SignalUnderSeccomp([&] { Stream(subject, x); }), 0) << size << filterMode;
             EXPECT_EQ(SeenDuring([&] { subject.SetParameter(Reducer::kFftSize, 700); }), "");
@@ -184,6 +205,7 @@ TEST(RealTime, TheWatchSees) {
     for (const auto &[names, call] : calls)
         EXPECT_NE(SeenDuring(call).find(names), std::string::npos) << names << ": " << seen;
     EXPECT_EQ(SignalUnderSeccomp([] { syscall(SYS_getppid); }), SIGKILL);
+    EXPECT_EQ(SignalUnderSeccomp([] { std::printf("."); }), SIGPIPE);
 }
 
 } // namespace

@@ -44,7 +44,9 @@ Reducer AtLowRate(bool filterMode) {
     return reducer;
 }
 
+// Of noise in the seventh second. Before it comes a louder one, which nothing that is left may amplify.
 double LevelAfterwards(Reducer &reducer) {
+    EXPECT_LT(LevelDb(Through(reducer, WhiteNoise(2000, -10)), 1000, 2000), -9);
     const Samples y = Through(reducer, WhiteNoise(56'000, -40, 2));
     EXPECT_TRUE(IsFinite(y));
     return LevelDb(y, 48'000, 56'000);
@@ -215,21 +217,32 @@ TEST(Stream, CopiesGoOnAsTheOriginal) {
         EXPECT_EQ(Through(other, x).size(), x.size());
         EXPECT_EQ(other.GetLatency() == 1024, !filterMode);
         EXPECT_EQ(other.GetParameter(Reducer::kFftSize), 1024.0f);
-        other.SetSampleRate(8000);
+        for (const float offsetDb : {9.0f, quietNan})
+            other.SetParameter(Reducer::kOffsetDb, offsetDb);
+        other.SetSampleRate(8000); // what a rebuild needs is copied, too
         Reducer withoutRecord(other);
+        assigned = other;
         EXPECT_EQ(withoutRecord.GetLatency(), 0);
-        EXPECT_TRUE(IsFinite(Through(withoutRecord, x)));
+        const auto rebuilt = [&x](Reducer &reducer) {
+            std::srand(7);
+            return Through(reducer, x);
+        };
+        const Samples expectedNow = rebuilt(other);
+        EXPECT_TRUE(IsFinite(expectedNow));
+        EXPECT_TRUE(IsSameBits(rebuilt(withoutRecord), expectedNow));
+        EXPECT_TRUE(IsSameBits(rebuilt(assigned), expectedNow));
     }
 }
 
 TEST(Stream, RunsAtAnySampleRate) {
     const Samples noise = WhiteNoise(80'000, -40);
-    for (const int rate : {1, 8000, 384'000, std::numeric_limits<int>::max()}) {
+    for (const int rate : {1, 8000, 44100, 384'000, std::numeric_limits<int>::max()}) {
         Reducer reducer;
         reducer.SetSampleRate(0);
         reducer.SetSampleRate(-44100);
         EXPECT_EQ(reducer.GetLatency(), 512); // ignored
         reducer.SetSampleRate(rate);
+        EXPECT_EQ(reducer.GetLatency(), 0); // at the rate that it has, too
         const Samples y = Through(reducer, noise);
         EXPECT_TRUE(IsFinite(y)) << rate;
         EXPECT_EQ(reducer.GetLatency(), 512);
@@ -253,7 +266,7 @@ TEST(Stream, SilenceStaysSilentAndEnds) {
     }
 }
 
-// What remains of noise in the seventh second after something odd, against an object that was spared it.
+// What remains of noise after something odd, against an object that was spared it.
 TEST(Stream, NoInputDamagesLaterOutput) {
     const Samples mixed{1e30f, -1e30f, quietNan, 0, infinity, 1e-40f, -infinity, 3e38f, -0.0f, 1e15f};
     const Samples kinds[] = {{0},      {quietNan},      {infinity}, {-infinity}, {1e30f},
@@ -269,6 +282,19 @@ TEST(Stream, NoInputDamagesLaterOutput) {
             EXPECT_TRUE(IsFinite(Through(reducer, x))) << kind[0];
             EXPECT_NEAR(LevelAfterwards(reducer), usual, 0.5) << kind[0];
         }
+    }
+}
+
+TEST(Stream, BadSamplesCountAsGoodOnes) {
+    const std::pair<float, float> pairs[] = {
+        {quietNan, 0}, {infinity, 0}, {-infinity, 0}, {1e30f, 1e15f}, {-1e30f, -1e15f}};
+    for (const auto &[bad, good] : pairs) {
+        Reducer reducer;
+        Reducer spared(reducer);
+        Samples x = WhiteNoise(3000, -40), y = x;
+        x[1000] = bad;
+        y[1000] = good;
+        EXPECT_TRUE(IsSameBits(Through(reducer, x), Through(spared, y))) << bad;
     }
 }
 
@@ -291,16 +317,18 @@ TEST(Stream, NoParameterDamagesLaterOutput) {
     }
 }
 
-TEST(Stream, CallersFloatingPointModeComesBack) {
+TEST(Stream, DenormalsAreOffAndTheCallersModeComesBack) {
     const unsigned before = _mm_getcsr();
     Reducer reducer;
+    StreamInspector::Record(reducer).DitherTable.assign(dsp::ditherLength, 0.0f);
     const Samples x(1000, 1e-40f);
     for (const unsigned mode :
          {0x1f80u, 0x9fc0u, 0x3f80u, 0x1f80u | 0x6000u}) { // denormals off; rounding modes
         _mm_setcsr(mode);
-        Through(reducer, x);
+        const Samples y = Through(reducer, x);
         const unsigned after = _mm_getcsr();
         _mm_setcsr(before);
         EXPECT_EQ(after & ~0x3fu, mode);
+        EXPECT_EQ(y, Samples(x.size())); // meanwhile denormals are 0
     }
 }
