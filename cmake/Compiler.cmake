@@ -6,7 +6,7 @@ set(QUIETFLOOR_SANITIZE OFF CACHE STRING "The sanitizers: OFF, ON (address, unde
 set_property(CACHE QUIETFLOOR_SANITIZE PROPERTY STRINGS OFF ON thread)
 
 get_property(is_multi_config GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
-if(NOT CMAKE_BUILD_TYPE AND NOT is_multi_config)
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT is_multi_config)
     set(CMAKE_BUILD_TYPE Release CACHE STRING "Release, Debug or RelWithDebInfo" FORCE)
 endif()
 

@@ -37,7 +37,7 @@ foreach(kind Shared Static)
 endforeach()
 configure_package_config_file(cmake/quietfloorConfig.cmake.in quietfloorConfig.cmake
     INSTALL_DESTINATION ${package_dir})
-write_basic_package_version_file(quietfloorConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+write_basic_package_version_file(quietfloorConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/quietfloorConfig.cmake
     ${CMAKE_CURRENT_BINARY_DIR}/quietfloorConfigVersion.cmake
     DESTINATION ${package_dir} COMPONENT development)

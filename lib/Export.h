@@ -4,7 +4,7 @@
 
 // The version lives here only; CMake, the package files and the program read it from these lines.
 #define QUIETFLOOR_VERSION_MAJOR 0 ///< another one breaks hosts
-#define QUIETFLOOR_VERSION_MINOR 1 ///< adds to the interface; below 1.0.0 it may change it
+#define QUIETFLOOR_VERSION_MINOR 1 ///< adds to the interface
 #define QUIETFLOOR_VERSION_PATCH 0 ///< mends
 
 #define QUIETFLOOR_TEXT_OF(value) #value
