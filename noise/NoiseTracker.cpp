@@ -16,6 +16,7 @@ constexpr int firstShare = 8; // the entry before bin 0 belongs to the row, and 
 constexpr double silentLevelDb = -150.0;
 constexpr double audibleFloor = 3.1622776601683795e-05; // 10^-4.5
 constexpr double absentFloor = 1e-6;
+constexpr int patience = 3; // updates without a floor before the noise counts as lost
 
 } // namespace
 
@@ -120,9 +121,9 @@ void CNoiseTracker::MeasureMeanLevel() noexcept {
         return;
     }
     MeanLevelDb = audibleFloor;
-    if (census.absent >= Bins - 2)
+    if (census.absent >= Bins - 2 && SilentFrames <= patience) // a count without end would overflow
         ++SilentFrames;
-    if (SilentFrames > 3)
+    if (SilentFrames > patience)
         MeanLevelDb = silentLevelDb;
 }
 

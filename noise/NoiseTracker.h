@@ -54,7 +54,7 @@ private:
 
     // Carried from frame to frame.
     bool FirstUpdate = true;              // the next update starts the levels anew
-    int SilentFrames = 0;                 // updates that found no floor
+    int SilentFrames = 0;                 // updates that found no floor; goes on to 4 at most
     double Position = 0.0;                // of the current update, samples
     FftEngine::Row<double> PrevDb;        // level at the previous update
     FftEngine::Row<double> LevelState;    // filter state of the smoothed level
