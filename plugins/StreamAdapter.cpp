@@ -1,5 +1,6 @@
 #include "plugins/StreamAdapter.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -66,9 +67,18 @@ void StreamAdapter::MakeUpForBlindStart() noexcept {
 }
 
 void StreamAdapter::ReadControls() noexcept {
-    for (std::size_t i = 0; i < wanted.size(); ++i)
-        if (ports.controls[i] && std::isfinite(*ports.controls[i]))
-            wanted[i] = *ports.controls[i];
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+        const ParameterInfo &info = ParameterAt(static_cast<int>(i));
+        if (const float *value = ports.controls[i]; value && std::isfinite(*value))
+            wanted[i] = std::clamp(*value, info.lowerBound, info.upperBound);
+    }
+}
+
+// A host may move the controls of one preset block by block. So nothing of a group is heard that no longer
+// fits them.
+void StreamAdapter::RetireOutdated() noexcept {
+    if (incoming && handover.Share() <= 0 && incoming->NeedsRebuildFor(wanted))
+        retired = std::move(incoming);
 }
 
 // A NaN counts as enabled.
@@ -87,6 +97,7 @@ void StreamAdapter::TakeOver(std::unique_ptr<ReducerGroup> group) noexcept {
 void StreamAdapter::Process(std::size_t frames) noexcept {
     ReadControls();
     MakeUpForBlindStart();
+    RetireOutdated();
     current->Follow(wanted);
     if (incoming)
         incoming->Follow(wanted);

@@ -14,6 +14,7 @@ namespace quietfloor {
 inline constexpr int mostChannels = 2;
 
 /// Where a host keeps what it gives and takes; null is not connected. Any of them may share memory.
+/// Controls out of bounds are taken as the bound.
 struct PortConnections {
     std::array<const float *, mostChannels> in{};
     std::array<float *, mostChannels> out{};
@@ -30,7 +31,8 @@ struct PortConnections {
 ///          for `Activate`.
 /// Change   A new group first listens along until it has learnt the noise, one second and some more at
 ///          large sizes; then it is faded in, and the latency follows. As the delay differs, a moment
-///          of the sound is heard again or left out.
+///          of the sound is heard again or left out. If yet another is asked for while it listens, it
+///          is never heard.
 /// Bypass   `enabled` fades between the sound with and without noise. Both are equally late.
 class StreamAdapter {
 public:
@@ -59,7 +61,7 @@ public:
     /// To be called only if it can.
     void TakeOver(std::unique_ptr<ReducerGroup> group) noexcept;
 
-    /// The group that a change has replaced, for once; null if there is none.
+    /// The group that a change has replaced or left unheard, for once; null if there is none.
     std::unique_ptr<ReducerGroup> ReleaseRetired() noexcept { return std::move(retired); }
 
     /// May be called by any thread, at any time. Allocates; null if memory runs out.
@@ -76,6 +78,7 @@ private:
 
     bool AreControlsConnected() const noexcept;
     void ReadControls() noexcept;
+    void RetireOutdated() noexcept;
     void MakeUpForBlindStart() noexcept;
     bool IsEnabled() const noexcept;
     void ProcessBlock(std::size_t start, std::size_t count) noexcept;

@@ -46,8 +46,9 @@ struct Host {
         const LilvPlugin *plugin = lilv_plugins_get_by_uri(lilv_world_get_all_plugins(world), uri);
         lilv_node_free(uri);
         instance = lilv_plugin_instantiate(plugin, rate, hasWorker ? features : features + 1);
-        values.resize(2 * channels + controlCount);
-        lilv_plugin_get_port_ranges_float(plugin, nullptr, nullptr, values.data());
+        for (std::vector<float> *numbers : {&lowest, &highest, &values})
+            numbers->resize(2 * channels + controlCount);
+        lilv_plugin_get_port_ranges_float(plugin, lowest.data(), highest.data(), values.data());
         for (std::size_t port = 2 * channels; port < values.size(); ++port)
             Connect(port, &values[port]);
         lilv_instance_activate(instance);
@@ -91,8 +92,8 @@ struct Host {
 
     std::size_t channels;
     LilvInstance *instance;
-    std::vector<float> values; // of all ports
-    std::string message;       // to the worker
+    std::vector<float> lowest, highest, values; // of all ports
+    std::string message;                        // to the worker
     int workCount = 0;
     LV2_Worker_Schedule schedule{this, Schedule};
     LV2_Feature workerFeature{LV2_WORKER__schedule, &schedule};
@@ -149,6 +150,16 @@ TEST(PluginHost, ASizeOrModeChangesWithoutAClickAndStaysInTime) {
             }
 }
 
+TEST(PluginHost, OfQuickChangesOnlyTheLastIsHeard) {
+    const Channels x = Rumble(2, 1);
+    Host host(2, true), plain(2, true);
+    for (const float size : {4096.0f, 1024.0f, 512.0f, 512.0f, 512.0f}) {
+        host[fftSize] = size; // the next comes while this one still listens
+        EXPECT_TRUE(IsWithin(1e-5f, plain.Run(x), host.Run(x), 0, 48000, 0)) << size;
+    }
+    EXPECT_EQ(host.workCount, 3) << "two requests to build, the last frees";
+}
+
 TEST(PluginHost, BypassFadesToTheDelayedInput) {
     const Channels x = Rumble(2, 5);
     Host host(2, false);
@@ -172,6 +183,20 @@ TEST(PluginHost, NonsenseIsHarmlessAndActivationForgets) {
             lilv_instance_activate(odd.instance);
             EXPECT_TRUE(IsWithin(1e-5f, first, odd.Run(x), 0, 48000, 0)) << rate << ' ' << nonsense;
         }
+}
+
+TEST(PluginHost, ValuesOutOfRangeAreTakenAsItsEnds) {
+    const Channels x = Rumble(1, 2);
+    for (const float sign : {-1.0f, 1.0f}) {
+        Host odd(1, false), plain(1, false);
+        for (std::size_t control = reduction; control < controlCount; ++control) {
+            odd[control] = sign * 1e9f;
+            plain[control] = (sign < 0 ? plain.lowest : plain.highest)[2 + control];
+        }
+        for (const Host *host : {&odd, &plain})
+            lilv_instance_activate(host->instance);
+        EXPECT_TRUE(IsWithin(1e-5f, plain.Run(x), odd.Run(x), 0, 96000, 0)) << sign;
+    }
 }
 
 TEST(PluginHost, WithoutMemoryThereIsNoInstanceAndNoStreamStops) {
