@@ -5,10 +5,6 @@ namespace {
 
 using Object = dsp::SingleChannelAdaptiveNoise;
 
-bool NeedsRebuild(std::size_t parameter) noexcept {
-    return parameter == Object::kFftSize || parameter == Object::kFilterMode || parameter == Object::kKneeDb;
-}
-
 // The filter's first block begins half a hop into the stream; after one latency of silence nothing of
 // the sound is lost.
 void PushLeadIn(Object &reducer) {
@@ -19,6 +15,10 @@ void PushLeadIn(Object &reducer) {
 }
 
 } // namespace
+
+bool TakesRebuild(int parameter) noexcept {
+    return parameter == Object::kFftSize || parameter == Object::kFilterMode || parameter == Object::kKneeDb;
+}
 
 ReducerGroup::ReducerGroup(int channels, int sampleRate, const ParameterValues &given)
     : reducers(static_cast<std::size_t>(channels)), values(given) {
@@ -34,14 +34,14 @@ ReducerGroup::ReducerGroup(int channels, int sampleRate, const ParameterValues &
 
 bool ReducerGroup::NeedsRebuildFor(const ParameterValues &wanted) const noexcept {
     for (std::size_t i = 0; i < values.size(); ++i)
-        if (NeedsRebuild(i) && values[i] != wanted[i])
+        if (TakesRebuild(static_cast<int>(i)) && values[i] != wanted[i])
             return true;
     return false;
 }
 
 void ReducerGroup::Follow(const ParameterValues &wanted) noexcept {
     for (std::size_t i = 0; i < values.size(); ++i) {
-        if (NeedsRebuild(i) || values[i] == wanted[i])
+        if (TakesRebuild(static_cast<int>(i)) || values[i] == wanted[i])
             continue;
         values[i] = wanted[i];
         for (Object &reducer : reducers)

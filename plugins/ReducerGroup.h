@@ -9,8 +9,11 @@
 
 namespace quietfloor {
 
-/// Some parameters only a rebuild puts into effect: they stay what they were at construction, and a
-/// change of them takes a new group. So no `Process` here ever rebuilds.
+/// Whether only a rebuild puts a parameter into effect.
+bool TakesRebuild(int parameter) noexcept;
+
+/// Those parameters stay what they were at construction, and a change of them takes a new group. So no
+/// `Process` here ever rebuilds.
 class ReducerGroup {
 public:
     /// As a new stream: no sound, no learnt noise. Allocates; throws std::bad_alloc.

@@ -9,6 +9,7 @@
 #include "dsp/Presets.h"
 #include "lib/Export.h"
 #include "plugins/Controls.h"
+#include "plugins/ReducerGroup.h"
 #include "plugins/lv2/PortLayout.h"
 
 namespace {
@@ -16,6 +17,7 @@ namespace {
 using namespace quietfloor;
 
 constexpr const char *prefixes = R"(@prefix doap: <http://usefulinc.com/ns/doap#> .
+@prefix foaf: <http://xmlns.com/foaf/0.1/> .
 @prefix lv2: <http://lv2plug.in/ns/lv2core#> .
 @prefix pg: <http://lv2plug.in/ns/ext/port-groups#> .
 @prefix pprops: <http://lv2plug.in/ns/ext/port-props#> .
@@ -92,6 +94,8 @@ void WriteControl(std::ostream &out, const Control &control, int index) {
         out << "        lv2:portProperty lv2:integer , lv2:enumeration ;\n";
     else if (control.isLogarithmic)
         out << "        lv2:portProperty pprops:logarithmic ;\n";
+    if (TakesRebuild(control.parameter))
+        out << "        lv2:portProperty pprops:expensive ;\n";
     for (const Choice &choice : control.choices)
         out << "        lv2:scalePoint [ rdfs:label " << Quoted(choice.label) << " ; rdf:value "
             << choice.value << " ] ;\n";
@@ -110,8 +114,9 @@ void WritePlugin(std::ostream &out, const PluginKind &kind) {
     if (kind.channels == 2)
         WriteGroups(out, kind);
     // Even numbers are releases, as the format asks.
-    out << "\n<" << kind.uri << ">\n    a lv2:Plugin , lv2:SpectralPlugin ;\n"
+    out << "\n<" << kind.uri << ">\n    a lv2:Plugin , lv2:SpectralPlugin , doap:Project ;\n"
         << "    doap:name " << Quoted(kind.name) << " ;\n"
+        << "    doap:maintainer [ a foaf:Group ; foaf:name \"the quietfloor authors\" ] ;\n"
         << "    doap:license <https://opensource.org/licenses/MIT> ;\n"
         << "    rdfs:comment \"Takes steady background noise out of sound; learns it by itself.\" ;\n"
         << "    lv2:minorVersion " << 2 * (100 * QUIETFLOOR_VERSION_MAJOR + QUIETFLOOR_VERSION_MINOR)
