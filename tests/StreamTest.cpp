@@ -289,11 +289,9 @@ TEST(Stream, BadSamplesCountAsGoodOnes) {
     const std::pair<float, float> pairs[] = {
         {quietNan, 0}, {infinity, 0}, {-infinity, 0}, {1e30f, 1e15f}, {-1e30f, -1e15f}};
     for (const auto &[bad, good] : pairs) {
-        Reducer reducer;
-        Reducer spared(reducer);
+        Reducer reducer, spared(reducer);
         Samples x = WhiteNoise(3000, -40), y = x;
-        x[1000] = bad;
-        y[1000] = good;
+        x[1000] = bad, y[1000] = good;
         EXPECT_TRUE(IsSameBits(Through(reducer, x), Through(spared, y))) << bad;
     }
 }
