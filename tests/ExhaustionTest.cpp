@@ -211,15 +211,6 @@ void TransformsTwoChannels() {
     EXPECT_EQ(rows[2], std::vector<float>(64, 1.0f));
 }
 
-void BuildsCompander() {
-    std::optional<quietfloor::LevelCompander> made;
-    const auto build = [&made] { made = quietfloor::BuildLevelCompander({.channels = 2}, 512, 128); };
-    if (!Works(build))
-        build();
-    float frame[2] = {1, 1};
-    EXPECT_EQ(made->CompressBlock(frame, 0, 1) + made->ExpandBlock(frame, 0, 1), 2);
-}
-
 struct Operation {
     const char *name;
     void (*run)();
@@ -244,7 +235,6 @@ const Operation operations[] = {
     {"CreateFFTWORKINGDATA_D",
      [] { Prepares<double, FFTWORKINGDATA_D>([] { return CreateFFTWORKINGDATA_D(64); }, LFFTD); }},
     {"LFFT2CF", TransformsTwoChannels},
-    {"BuildLevelCompander", BuildsCompander},
 };
 
 } // namespace

@@ -17,6 +17,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
+#include <mutex>
+#include <shared_mutex>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -90,6 +92,9 @@ QUIETFLOOR_WATCH(ssize_t, write, (int file, const void *bytes, std::size_t count
 QUIETFLOOR_WATCH(ssize_t, read, (int file, void *bytes, std::size_t count), (file, bytes, count))
 QUIETFLOOR_WATCH(int, pthread_mutex_lock, (pthread_mutex_t * mutex), (mutex))
 QUIETFLOOR_WATCH(int, pthread_mutex_trylock, (pthread_mutex_t * mutex), (mutex))
+QUIETFLOOR_WATCH(int, pthread_rwlock_rdlock, (pthread_rwlock_t * lock), (lock))
+QUIETFLOOR_WATCH(int, pthread_rwlock_wrlock, (pthread_rwlock_t * lock), (lock))
+QUIETFLOOR_WATCH(int, pthread_once, (pthread_once_t * once, void (*call)()), (once, call))
 QUIETFLOOR_WATCH(int, rand, (), ()) // takes a lock of the C library's own
 QUIETFLOOR_WATCH(int, __cxa_guard_acquire, (__cxxabiv1::__guard * guard), (guard))
 QUIETFLOOR_WATCH(void *, __cxa_allocate_exception, (std::size_t bytes), (bytes))
@@ -177,6 +182,8 @@ void *Kept(void *made) {
 TEST(RealTime, TheWatchSees) {
     static constexpr std::align_val_t line{64};
     static pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+    static std::shared_mutex shared;
+    static std::once_flag flag;
     const std::pair<const char *, void (*)()> calls[] = {
         {"malloc", [] { block = std::malloc(1); }},
         {"realloc", [] { block = std::realloc(block, 99); }},
@@ -201,6 +208,9 @@ TEST(RealTime, TheWatchSees) {
         {"read", [] { EXPECT_EQ(read(-1, nullptr, 0), -1); }},
         {"pthread_mutex_lock", [] { pthread_mutex_lock(&mutex); }},
         {"pthread_mutex_trylock", [] { EXPECT_NE(pthread_mutex_trylock(&mutex), 0); }},
+        {"pthread_rwlock_rdlock", [] { const std::shared_lock lock(shared); }},
+        {"pthread_rwlock_wrlock", [] { const std::unique_lock lock(shared); }},
+        {"pthread_once", [] { std::call_once(flag, [] {}); }},
         {"rand", [] { EXPECT_GE(std::rand(), 0); }},
         {"__cxa_guard_acquire",
          [] {
