@@ -76,7 +76,7 @@ struct Case {
 // How two engines compare over a run, and that the run shows something.
 struct Comparison {
     int gains = 0, unequalGains = 0, unequalFloors = 0, boosted = 0, reduced = 0, losses = 0, restarts = 0;
-    double worst = 0;
+    double worst = 0, worstFloor = 0; // relative
 
     void Add(const CNoiseRemover &engine, const plain::Engine &expected, const plain::Doubles &out,
              const plain::Doubles &expectedOut) {
@@ -87,6 +87,7 @@ struct Comparison {
             ++gains;
             unequalGains += error > 1e-5;
             unequalFloors += std::fabs(engine.Tracker->NoiseFloor.data()[k] - floor) > 1e-6 * floor;
+            worstFloor = std::max(worstFloor, std::fabs(engine.Floor.data()[k] / expected.floor[k] - 1));
             reduced += expectedOut[k] < 0.5;
         }
         boosted += expected.boostDb > 0;
@@ -155,6 +156,7 @@ TEST_P(NoiseEngineLevel, MeansWhatThePlainEngineSays) {
         EXPECT_LT(comparison.unequalGains, comparison.gains / 200);
         EXPECT_LT(comparison.unequalFloors, comparison.gains / 200);
         EXPECT_LT(comparison.worst, 0.2);
+        EXPECT_LT(comparison.worstFloor, 0.01);
         EXPECT_GT(comparison.reduced, 1000);
         EXPECT_EQ(comparison.boosted > 100, c.hasBoost);
         EXPECT_EQ(comparison.losses > 10, c.middleDb < -150);
