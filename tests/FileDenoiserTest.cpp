@@ -184,6 +184,22 @@ TEST_F(FileDenoiser, MakesAFileOfNoSound) {
     }
 }
 
+// The sound library takes the byte that makes an AIFF even or ends a VOC file for a frame where it can.
+TEST_F(FileDenoiser, TakesNoPaddingForSound) {
+    settings.overwrites = true;
+    for (const int format :
+         {SF_FORMAT_AIFF | SF_FORMAT_PCM_S8, SF_FORMAT_AIFF | SF_FORMAT_ULAW, SF_FORMAT_VOC | SF_FORMAT_ALAW,
+          SF_FORMAT_VOC | SF_FORMAT_PCM_U8, SF_FORMAT_VOC | SF_FORMAT_PCM_16})
+        for (const std::size_t frames : {1u, 2u, 101u}) {
+            Save(folder / "in", wav16, 1, WhiteNoise(frames, -30));
+            settings.container = format & SF_FORMAT_TYPEMASK;
+            settings.sampleFormat = format & SF_FORMAT_SUBMASK;
+            Clean("in", "out");
+            EXPECT_EQ(Load(folder / "out").size(), frames) << std::hex << format;
+            EXPECT_EQ(static_cast<std::size_t>(SndfileHandle((folder / "out").string()).frames()), frames);
+        }
+}
+
 // Whatever is heard last while it learns.
 TEST_F(FileDenoiser, LearnsAheadSoThatTheFirstHalfSecondIsClean) {
     Samples in = WhiteNoise(200000, -30);
@@ -338,9 +354,30 @@ TEST_F(FileDenoiserStreams, AreTheSameAsFiles) {
         EXPECT_EQ(Through("-", "cat other").find("standard"), std::string::npos);
         EXPECT_EQ(Load(folder / "drained"), Cleaned("other", settings)) << std::hex << format;
     }
+    // Without a size, too, and whether it was looked for behind the end.
+    Save(folder / "sized", SF_FORMAT_RF64 | SF_FORMAT_PCM_16, 2, WhiteNoise(60000, -30));
+    std::string bytes = Bytes(folder / "sized");
+    bytes.replace(20, 24, std::string(24, '\0'));
+    std::ofstream(folder / "unsized", std::ios::binary) << bytes;
+    EXPECT_EQ(Cleaned("unsized", settings), Cleaned("sized", settings));
+    Save(folder / "caf", SF_FORMAT_CAF | SF_FORMAT_PCM_16, 2, WhiteNoise(60000, -30));
+    bytes = Bytes(folder / "caf");
+    std::ofstream(folder / "caf", std::ios::binary)
+        << bytes.replace(bytes.find("data") + 4, 8, std::string(7, '\0') + '\4');
+    Save(folder / "svx", SF_FORMAT_SVX | SF_FORMAT_PCM_16, 1, WhiteNoise(100, -30));
     settings.container = SF_FORMAT_AIFF;
-    EXPECT_NE(Through("-", "cat in").find("--format wav"), std::string::npos);
-    settings.container = 0;
+    for (const char *feed : {"cat in", "cat svx"})
+        EXPECT_NE(Through("-", feed).find("--format wav"), std::string::npos) << feed;
+    settings.container = SF_FORMAT_WAV;
+    EXPECT_NE(Through("-", "cat caf").find("does not say how long"), std::string::npos);
+    Save(folder / "odd", wav16, 1, WhiteNoise(101, -30));
+    settings.container = SF_FORMAT_AIFF;
+    settings.sampleFormat = SF_FORMAT_PCM_S8;
+    Clean("odd", "padded");
+    settings.container = SF_FORMAT_AU;
+    Through("-", "cat padded");
+    EXPECT_EQ(report.frames, 101);
+    settings.container = settings.sampleFormat = 0;
     EXPECT_EQ(Through("-", "cat in", "true"), "standard output: Broken pipe");
 }
 

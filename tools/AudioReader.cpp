@@ -4,11 +4,11 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "tools/Descriptor.h"
+#include "tools/HeaderLog.h"
 #include "tools/OutputFile.h"
 #include "tools/TargetFormat.h"
 
@@ -25,23 +25,6 @@ std::string ReasonNotOpened(bool isPipe) {
     return reason.find("Internal error") != std::string::npos ? "has a damaged header" : reason;
 }
 
-// libsndfile takes a file that is cut off for a shorter one and tells only its log, in lines such as
-// "data : 96000 (should be 49956)". Small differences are writers' mistakes, and so large a size is none.
-bool IsCutOff(SNDFILE *file) {
-    constexpr long long mistake = 4096, noSize = 0x7FFFF000; // bytes
-    const std::string marker = " (should be ";
-    std::string log(1 << 14, '\0');
-    sf_command(file, SFC_GET_LOG_INFO, log.data(), static_cast<int>(log.size()));
-    for (std::size_t at = log.find(marker); at != std::string::npos; at = log.find(marker, at + 1)) {
-        const std::size_t number = log.find_last_not_of("0123456789", at - 1) + 1;
-        const long long stated = std::strtoll(log.c_str() + number, nullptr, 10);
-        const long long present = std::strtoll(log.c_str() + at + marker.size(), nullptr, 10);
-        if (stated - present > mistake && stated < noSize)
-            return true;
-    }
-    return false;
-}
-
 } // namespace
 
 AudioReader::AudioReader(const fs::path &path)
@@ -49,7 +32,10 @@ AudioReader::AudioReader(const fs::path &path)
     if (!file)
         throw FileError(name, ReasonNotOpened(pipe != nullptr));
     CheckLimits();
-    isCutOff = !pipe && IsCutOff(file.get());
+    const HeaderLog log(file.get());
+    isCutOff = !pipe && log.SaysCutOff();
+    isPadded = log.SaysPadded(info);
+    info.frames -= isPadded ? 1 : 0;
 }
 
 SNDFILE *AudioReader::OpenStream(int descriptor) {
@@ -67,8 +53,9 @@ SNDFILE *AudioReader::OpenFile(const fs::path &path) {
     SNDFILE *opened = sf_open(path.c_str(), SFM_READ, &info);
 #endif
     // A recording that was not ended properly, or that is longer than its header can say.
-    const bool mayBeLonger = info.frames == 0 || fs::file_size(path) > 0xFFFFFFFF;
-    if (opened == nullptr || !IsWav(info.format) || !mayBeLonger)
+    const bool isRf64 = ContainerOf(info.format) == SF_FORMAT_RF64;
+    const bool mayBeLonger = info.frames == 0 || (!isRf64 && fs::file_size(path) > 0xFFFFFFFF);
+    if (opened == nullptr || !(IsWav(info.format) || isRf64) || !mayBeLonger)
         return opened;
     sf_close(opened);
     return OpenStream(OpenExisting(path));
@@ -77,6 +64,8 @@ SNDFILE *AudioReader::OpenFile(const fs::path &path) {
 SNDFILE *AudioReader::OpenAny(const fs::path &path) {
     if (IsStandardStream(path)) {
         const int input = StandardInput();
+        if (IsTerminal(input))
+            throw FileError(name, "is a terminal, from which no sound comes");
         return IsSeekable(input) ? sf_open_fd(input, SFM_READ, &info, SF_FALSE) : OpenStream(input);
     }
     std::error_code failure;
@@ -126,13 +115,16 @@ sf_count_t AudioReader::Read(float *block, sf_count_t frames) {
     if (pipe)
         pipe->EndHeader();
     const bool isEndless = pipe && pipe->IsEndless() && BytesPerSample(info.format) != 0;
-    const sf_count_t count = isEndless ? ReadLaps(block, frames) : sf_readf_float(file.get(), block, frames);
+    const sf_count_t wanted = isPadded ? std::min(frames, info.frames - done) : frames;
+    const sf_count_t count = isEndless ? ReadLaps(block, frames) : sf_readf_float(file.get(), block, wanted);
     if (const int error = sf_error(file.get()); error != SF_ERR_NO_ERROR) {
         if (error == SF_ERR_SYSTEM || done + count == 0)
             throw FileError(name, sf_strerror(file.get()));
         isDamaged = true;
     }
     done += count;
+    if (count < wanted && done == 0 && pipe && !IsWav(info.format) && !isEndless && pipe->HasMore())
+        throw FileError(name, "its header does not say how long the sound is");
     std::replace_if(
         block, block + count * info.channels, [](float sample) { return !std::isfinite(sample); }, 0.0f);
     return count;

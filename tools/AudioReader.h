@@ -49,6 +49,7 @@ private:
     SF_INFO info{};
     sf_count_t done = 0, lap = 0; // frames; those since an endless stream's counting began anew
     bool isDamaged = false, isCutOff = false;
+    bool isPadded = false; // the last frame that libsndfile has is none, and not counted in `info`
     std::unique_ptr<PipeInput> pipe;
     SoundFile file;
 };

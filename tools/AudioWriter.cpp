@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "tools/HeaderCorrection.h"
 #include "tools/Metadata.h"
 #include "tools/StreamHeader.h"
 #include "tools/TargetFormat.h"
@@ -93,6 +94,7 @@ void AudioWriter::Write(const float *block, sf_count_t frames) {
     output.ThrowIfFailed();
     if (count != frames)
         throw FileError(output.Name(), sf_strerror(file.get()));
+    written += frames;
 }
 
 void AudioWriter::Commit() {
@@ -102,6 +104,12 @@ void AudioWriter::Commit() {
     output.ThrowIfFailed();
     if (status != SF_ERR_NO_ERROR)
         throw FileError(output.Name(), sf_error_number(status));
+    std::vector<unsigned char> header = output.Header();
+    CorrectHeader(header, info, written);
+    if (header != output.Header()) {
+        output.position = 0;
+        output.Write(header.data(), header.size());
+    }
     output.Commit();
 }
 

@@ -44,7 +44,8 @@ private:
     OutputFile output;
     SoundFile file;
     std::vector<std::int32_t> numbers; // left-justified
-    sf_count_t clipped = 0;
+    sf_count_t written = 0;            // frames
+    sf_count_t clipped = 0;            // samples
 };
 
 } // namespace quietfloor

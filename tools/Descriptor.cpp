@@ -8,7 +8,10 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #if defined(_WIN32)
+#define WIN32_LEAN_AND_MEAN
+#define NOMINMAX
 #include <io.h>
+#include <windows.h>
 #else
 #include <poll.h>
 #include <unistd.h>
@@ -110,6 +113,15 @@ bool IsSeekable(int descriptor) {
     struct stat status;
     return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
            (fcntl(descriptor, F_GETFL) & O_APPEND) == 0;
+#endif
+}
+
+bool IsTerminal(int descriptor) {
+#if defined(_WIN32)
+    DWORD mode; // _isatty takes NUL for a terminal
+    return GetConsoleMode(reinterpret_cast<HANDLE>(_get_osfhandle(descriptor)), &mode) != 0;
+#else
+    return isatty(descriptor) != 0;
 #endif
 }
 

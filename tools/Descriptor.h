@@ -22,6 +22,9 @@ int StandardOutput();
 /// opened for appending.
 bool IsSeekable(int descriptor);
 
+/// Whether it is where a person types or reads.
+bool IsTerminal(int descriptor);
+
 /// Whether it leads to the regular file of this name. Windows does not say: false there.
 bool LeadsTo(int descriptor, const std::filesystem::path &path);
 

@@ -14,6 +14,8 @@ namespace fs = std::filesystem;
 namespace quietfloor {
 namespace {
 
+constexpr std::size_t longestHeader = 1 << 16; // bytes
+
 [[noreturn]] void Throw(const fs::path &path, int reason) { throw FileError(path, std::strerror(reason)); }
 
 // A link is followed, so that the file it points to is replaced and not the link.
@@ -55,6 +57,8 @@ OutputFile::OutputFile(const fs::path &path, bool mayOverwrite) : name(path), ov
     if (IsStandardStream(path)) {
         name = "standard output";
         descriptor = StandardOutput();
+        if (IsTerminal(descriptor))
+            throw FileError(name, "is a terminal, which shows no sounds and pictures");
         isSeekable = quietfloor::IsSeekable(descriptor);
         start = isSeekable ? Position(descriptor) : 0;
         return;
@@ -108,6 +112,8 @@ bool OutputFile::Put(const void *bytes, std::size_t count) {
         errno = EFBIG;
         return false;
     }
+    if (position == 0)
+        header.assign(from, from + std::min(count, longestHeader));
     if (isHolding) {
         held.resize(std::max(held.size(), static_cast<std::size_t>(end)));
         std::copy_n(from, count, held.begin() + position);

@@ -32,6 +32,9 @@ public:
     std::vector<unsigned char> &Held() noexcept { return held; }
     void Release();
 
+    /// What was written last from the very beginning on: its first bytes.
+    const std::vector<unsigned char> &Header() const noexcept { return header; }
+
     /// Beyond so many bytes a write fails: a container's limit.
     void SetLimit(std::int64_t bytes) noexcept { limit = bytes; }
 
@@ -64,7 +67,7 @@ private:
     std::int64_t start = 0;               // standard output may have something before
     std::int64_t length = 0, written = 0; // bytes; where the descriptor stands
     std::int64_t limit = INT64_MAX;
-    std::vector<unsigned char> held;
+    std::vector<unsigned char> held, header;
 };
 
 } // namespace quietfloor

@@ -35,12 +35,20 @@ SNDFILE *PipeInput::Open(SF_INFO &info) {
     bytes.seek = Seek;
     bytes.read = Read;
     bytes.tell = Tell;
-    return sf_open_virtual(&bytes, SFM_READ, &info, this);
+    SNDFILE *file = sf_open_virtual(&bytes, SFM_READ, &info, this);
+    if (wasRf64)
+        info.format = SF_FORMAT_RF64 | (info.format & SF_FORMAT_SUBMASK);
+    return file;
 }
 
-void PipeInput::Fetch(std::size_t count) {
+bool PipeInput::HasMore() {
+    char next;
+    return position < static_cast<sf_count_t>(head.size()) || ReadAll(descriptor, &next, 1) == 1;
+}
+
+void PipeInput::FetchTo(std::size_t count) {
     const std::size_t before = head.size();
-    head.resize(std::max(before, std::min(longestHead, before + count)));
+    head.resize(std::max(before, std::min(longestHead, count)));
     head.resize(before + ReadAll(descriptor, head.data() + before, head.size() - before));
 }
 
@@ -55,17 +63,31 @@ bool PipeInput::StartsWith(std::size_t at, const char *id) const {
     return head.size() >= at + 8 && std::memcmp(head.data() + at, id, 4) == 0;
 }
 
+// An RF64 header (EBU Tech 3306) without a size becomes that of a WAV stream: without the chunk of sizes, the
+// two are the same.
+void PipeInput::MakeWavOfRf64WithoutSize() {
+    constexpr std::size_t dataSizeAt = 28;
+    FetchTo(dataSizeAt + 8);
+    if (head.size() < dataSizeAt + 8 || !StartsWith(0, "RF64") || !StartsWith(12, "ds64"))
+        return;
+    const std::uint32_t low = Number(dataSizeAt), high = Number(dataSizeAt + 4);
+    wasRf64 = low == high && (low == 0 || low == 0xFFFFFFFF);
+    if (!wasRf64)
+        return;
+    std::memcpy(head.data(), "RIFF", 4);
+    std::memcpy(head.data() + 12, "JUNK", 4);
+}
+
 void PipeInput::MakeEndlessIfWithoutSize() {
-    Fetch(12);
+    FetchTo(12);
+    if (StartsWith(0, "RF64"))
+        MakeWavOfRf64WithoutSize();
     if (!StartsWith(0, "RIFF") || head.size() < 12 || std::memcmp(head.data() + 8, "WAVE", 4) != 0)
         return;
     const std::uint32_t fileSize = Number(4);
     std::size_t at = 12;
-    for (Fetch(8); head.size() >= at + 8 && !StartsWith(at, "data"); Fetch(8)) {
-        const std::size_t size = Number(at + 4) + (Number(at + 4) & 1u);
-        Fetch(size);
-        at += 8 + size;
-    }
+    for (FetchTo(at + 8); head.size() >= at + 8 && !StartsWith(at, "data"); FetchTo(at + 8))
+        at += 8 + std::size_t(Number(at + 4)) + (Number(at + 4) & 1u);
     if (!StartsWith(at, "data"))
         return;
     const bool isEmpty = Number(at + 4) == 0 && (fileSize <= at || IsPlaceholder(fileSize));
@@ -92,8 +114,8 @@ sf_count_t PipeInput::Read(void *to, sf_count_t count, void *self) {
     auto &pipe = *static_cast<PipeInput *>(self);
     const auto wanted = static_cast<std::size_t>(count), at = static_cast<std::size_t>(pipe.position);
     try {
-        if (pipe.keepsHead && at < longestHead && at + wanted > pipe.head.size())
-            pipe.Fetch(at + wanted - pipe.head.size());
+        if (pipe.keepsHead && at < longestHead)
+            pipe.FetchTo(at + wanted);
     } catch (const std::bad_alloc &) {
         return 0;
     }
@@ -108,6 +130,8 @@ sf_count_t PipeInput::Read(void *to, sf_count_t count, void *self) {
         pipe.position += static_cast<sf_count_t>(more);
         done += more;
     }
+    if (pipe.keepsHead && done == 0 && wanted > 0)
+        pipe.position = endless; // whoever looks for further chunks sees the end
     return static_cast<sf_count_t>(done);
 }
 

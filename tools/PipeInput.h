@@ -24,12 +24,15 @@ public:
     /// what is returned.
     SNDFILE *Open(SF_INFO &info);
 
-    /// Whether it is a WAV stream whose header does not know the size. It is shown as the longest that a
-    /// header can state; from there a seek to any frame goes on with the sound that follows.
+    /// Whether it is a WAV or RF64 stream whose header does not know the size. It is shown as the longest
+    /// that a header can state; from there a seek to any frame goes on with the sound that follows.
     bool IsEndless() const noexcept { return isEndless; }
 
     /// To be called before the first sound is read. From now on nothing more is kept.
     void EndHeader() noexcept { keepsHead = false; }
+
+    /// After the end of the sound: whether anything follows.
+    bool HasMore();
 
 private:
     static sf_count_t Length(void *self);
@@ -37,15 +40,16 @@ private:
     static sf_count_t Read(void *to, sf_count_t count, void *self);
     static sf_count_t Tell(void *self);
 
-    // Appends to the head as many bytes as there are, up to `count`.
-    void Fetch(std::size_t count);
+    // Makes the head that long, or as long as there are bytes.
+    void FetchTo(std::size_t count);
     std::uint32_t Number(std::size_t at) const; // little endian
     bool StartsWith(std::size_t at, const char *id) const;
+    void MakeWavOfRf64WithoutSize();
     void MakeEndlessIfWithoutSize();
 
     int descriptor;
     std::vector<unsigned char> head; // what has come so far, up to the end of the header
-    bool keepsHead = true, isEndless = false;
+    bool keepsHead = true, isEndless = false, wasRf64 = false;
     sf_count_t position = 0, passed = 0; // bytes; those that came after the head
 };
 

@@ -15,10 +15,7 @@ std::string NameOf(int format) {
     return info.name != nullptr ? info.name : "unknown format";
 }
 
-bool IsPossible(const SF_INFO &info) { return sf_format_check(&info) != 0; }
-
-bool IsMpeg(int format) {
-    const int samples = SamplesOf(format);
+bool IsMpeg(int samples) {
     return samples == SF_FORMAT_MPEG_LAYER_I || samples == SF_FORMAT_MPEG_LAYER_II ||
            samples == SF_FORMAT_MPEG_LAYER_III;
 }
@@ -30,8 +27,7 @@ bool IsFinerThan16Bit(int samples) {
 // The first that the container holds; the last one if none.
 void ChooseSamples(SF_INFO &info) {
     const int container = ContainerOf(info.format);
-    // MPEG is said to go into WAV files, but nothing writes it there.
-    const int given = IsMpeg(info.format) ? int(SF_FORMAT_PCM_16) : SamplesOf(info.format);
+    const int given = SamplesOf(info.format);
     const bool isFine = IsFinerThan16Bit(given), isCoarse = IntegerBits(given) == 8;
     for (const int samples :
          {given, isFine ? SF_FORMAT_PCM_24 : given, isCoarse ? SF_FORMAT_PCM_S8 : given,
@@ -52,6 +48,11 @@ void ExtendWavHeader(SF_INFO &info) {
 }
 
 } // namespace
+
+bool IsPossible(const SF_INFO &info) noexcept {
+    const bool isMpegInside = IsMpeg(SamplesOf(info.format)) && ContainerOf(info.format) != SF_FORMAT_MPEG;
+    return !isMpegInside && sf_format_check(&info) != SF_FALSE;
+}
 
 int IntegerBits(int format) noexcept {
     switch (SamplesOf(format)) {
@@ -113,7 +114,10 @@ bool CanStream(int format) noexcept {
 bool HasSizes(int format) noexcept { return IsWav(format) || ContainerOf(format) == SF_FORMAT_AU; }
 
 sf_count_t LargestFile(int format) noexcept {
-    const bool has32BitSizes = IsWav(format) || ContainerOf(format) == SF_FORMAT_AIFF;
+    const int container = ContainerOf(format);
+    if (container == SF_FORMAT_VOC)
+        return 0xFFFFFF;
+    const bool has32BitSizes = IsWav(format) || container == SF_FORMAT_AIFF || container == SF_FORMAT_SVX;
     return has32BitSizes ? sf_count_t(0xFFFFFFFF) : SF_COUNT_MAX;
 }
 
@@ -128,7 +132,7 @@ SF_INFO TargetInfo(const SF_INFO &source, int container, int sampleFormat,
         info.format = container | SamplesOf(source.format);
     if (sampleFormat != 0)
         info.format = (info.format & ~SF_FORMAT_SUBMASK) | sampleFormat;
-    else if (isNewContainer)
+    else if (isNewContainer || !IsPossible(info))
         ChooseSamples(info);
     if (IsWav(info.format) && (isNewContainer || IsStandardStream(target))) {
         info.format &= ~SF_FORMAT_ENDMASK;

@@ -15,6 +15,9 @@ inline bool IsWav(int format) {
     return ContainerOf(format) == SF_FORMAT_WAV || ContainerOf(format) == SF_FORMAT_WAVEX;
 }
 
+/// Whether the sound library writes this; it says of MPEG in WAV files that it does, but does not.
+bool IsPossible(const SF_INFO &info) noexcept;
+
 /// Bits of a sample where samples become whole numbers before anything else happens to them; 0 where the
 /// encoder takes floats (floats, doubles, Vorbis, Opus, MPEG).
 int IntegerBits(int format) noexcept;
@@ -31,10 +34,10 @@ bool HasSizes(int format) noexcept;
 /// The most bytes that the container's sizes can count.
 sf_count_t LargestFile(int format) noexcept;
 
-/// The source's format but for a container and sample format that are asked for (0: not). Where only the
-/// container is, samples that it cannot hold become those that it can and that lose least: the codec of a
-/// compressing container, else 24 bits for sound that is finer than 16, else 16. Throws FileError, with the
-/// target's name, for what cannot be.
+/// The source's format but for a container and sample format that are asked for (0: not). Where no sample
+/// format is, samples that the container cannot hold become those that it can and that lose least: the codec
+/// of a compressing container, else 24 bits for sound that is finer than 16, else 16. Throws FileError, with
+/// the target's name, for what cannot be.
 SF_INFO TargetInfo(const SF_INFO &source, int container, int sampleFormat,
                    const std::filesystem::path &target);
 
