@@ -216,6 +216,9 @@ TEST_F(Program, SaysWhatIsWrongInOneLineAndLeavesNothingBehind) {
         {"--preset nobody in out", 1, "nobody"},
         {"--format nothing in out", 1, "nothing"},
         {"--format au --subtype vorbis in out", 1, "--list-formats"},
+        {"--format wav --subtype mp3 in out", 1, "--list-formats"},
+        {"--reduction \"\" in out", 1, "empty"},
+        {"\"\" out", 1, "empty"},
         {"--config missing in out", 1, "missing"},
         {"--config config in out", 1, "config:3: unknown parameter 'nonsense'"},
         {"--config loud --reduction 3 in out", 1, "loud:1: reduction: 50"},
@@ -226,6 +229,12 @@ TEST_F(Program, SaysWhatIsWrongInOneLineAndLeavesNothingBehind) {
         {"-o directory directory/in text", 1, "the same file"},
         {"in ./directory/../in", 1, "the same file"},
         {"--spectrogram in in out", 1, "the same file"},
+        {"--save-config in --force in out", 1, "the same file"},
+        {"--save-config - in -", 1, "two outputs"},
+        {"--json --spectrogram - in out", 1, "two outputs"},
+#if defined(_WIN32) // names ignore case
+        {"-o out in directory/IN", 1, "two outputs"},
+#endif
         {"missing out", 2, "missing"},
         {"text out", 2},
         {"empty out", 2},
@@ -238,6 +247,7 @@ TEST_F(Program, SaysWhatIsWrongInOneLineAndLeavesNothingBehind) {
         {"text loud --force", 2, "text"},
         {"in out --spectrogram text", 2, "--force"},
         {"in out --spectrogram directory", 2, "is a directory"},
+        {"in out --spectrogram missing/out", 2, "folder"},
         {"in --dry-run text", 2, "--force"},
         {"in --dry-run missing/out", 2, "folder"},
         {"--save-config text", 2, "--force"},
@@ -326,6 +336,7 @@ TEST_F(Program, ReportsInJsonWhateverTheNames) {
            "assert good['noiseFloorBefore'] is None and good['sampleRate'] == 8000, good\n"
            "assert good['input'] == 'a \"b\\\\c\\n' + '\\ufffd' * 4 + ' \\u20ac.wav', good\n";
     EXPECT_EQ(Shell("python3 check.py"), 0) << Said();
+    EXPECT_EQ(Shell('"' + program.string() + "\" --json --list-formats | python3 -m json.tool >said"), 0);
 }
 #endif
 

@@ -17,15 +17,16 @@ namespace fs = std::filesystem;
 namespace quietfloor {
 namespace {
 
-// 0 where only reading to the end would tell.
+// As ProgressBar takes it.
 sf_count_t FrameCount(const Job &job) {
     std::error_code ignored;
     if (!fs::is_regular_file(job.files.source, ignored))
-        return 0;
+        return ProgressBar::unknown;
     try {
-        return AudioReader(job.files.source).KnownFrames();
+        const sf_count_t frames = AudioReader(job.files.source).KnownFrames();
+        return frames > 0 ? frames : ProgressBar::unknown;
     } catch (const FileError &) {
-        return 0;
+        return 0; // which will not take long
     }
 }
 
@@ -71,7 +72,7 @@ private:
         const Job &job = jobs[index];
         if (IsInterrupted())
             throw Interrupted();
-        CheckOutputs(job);
+        CheckOutputs(job, false);
         return DenoiseFile(job.files, job.settings, [&](sf_count_t done, sf_count_t total) {
             if (bar)
                 bar->Update(index, done, total);

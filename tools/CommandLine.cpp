@@ -1,5 +1,6 @@
 #include "tools/CommandLine.h"
 
+#include <algorithm>
 #include <array>
 #include <sstream>
 #include <thread>
@@ -69,6 +70,11 @@ CLI::Validator Between(double lowest, double highest) {
     return {check, ""};
 }
 
+// CLI11 reads no text as 0, and a script's variable may be unset.
+CLI::Validator NotEmpty() {
+    return {[](const std::string &text) { return text.empty() ? "the value is empty" : std::string(); }, ""};
+}
+
 class Parser {
 public:
     Parser() : app("", "quietfloor") {
@@ -80,6 +86,9 @@ public:
         AddParameterOptions();
         AddSoundOptions();
         AddReportOptions();
+        for (CLI::Option *option :
+             app.get_options([](const CLI::Option *any) { return !any->get_positional(); }))
+            option->check(NotEmpty());
     }
 
     CommandLine Parse(const std::vector<std::string> &arguments) {
@@ -175,7 +184,8 @@ private:
 
     std::string Lists() const {
         return (listsParameters ? ParameterList(result.printsJson) : "") +
-               (listsPresets ? PresetList(result.printsJson) : "") + (listsFormats ? FormatList() : "");
+               (listsPresets ? PresetList(result.printsJson) : "") +
+               (listsFormats ? FormatList(result.printsJson) : "");
     }
 
     void Conclude() {
@@ -227,8 +237,6 @@ private:
 
     void ConcludeFiles() {
         result.folder = PathOf(outputFolder);
-        if (app.count("--output-dir") > 0 && outputFolder.empty())
-            throw UsageError("--output-dir: the name is empty");
         const bool onlySaves = files.empty() && !savedConfiguration.empty();
         if (onlySaves)
             return;
@@ -237,6 +245,8 @@ private:
         if (result.folder.empty() && files.size() != 2)
             throw UsageError(files.size() < 2 ? "no output is given; see --help"
                                               : "several inputs need -o; see --help");
+        if (std::find(files.begin(), files.end(), "") != files.end())
+            throw UsageError("the name of a file is empty");
         for (const std::string &file : files)
             result.sources.push_back(PathOf(file));
         if (result.folder.empty()) {

@@ -1,14 +1,12 @@
 #include "tools/Configuration.h"
 
 #include <bitset>
-#include <cerrno>
 #include <charconv>
-#include <cstring>
 #include <fstream>
 #include <string>
 
-#include "tools/FileError.h"
 #include "tools/NativeText.h"
+#include "tools/OutputFile.h"
 #include "tools/ParameterText.h"
 #include "tools/StandardStreams.h"
 #include "tools/UsageError.h"
@@ -102,16 +100,13 @@ ParameterValues ReadConfiguration(const std::filesystem::path &file, ParameterVa
 
 void WriteConfiguration(const std::filesystem::path &file, const ParameterValues &values, bool overwrites) {
     const std::string text = ConfigurationText(values);
-    if (file == "-")
+    if (IsStandardStream(file))
         return WriteStandardOutput(text);
     if (!overwrites && std::filesystem::exists(file))
         throw FileError(file, "exists; --force overwrites it");
-    errno = 0;
-    std::ofstream stream(file);
-    stream << text;
-    stream.close();
-    if (!stream)
-        throw FileError(file, errno != 0 ? std::strerror(errno) : "cannot be written");
+    OutputFile output(file, overwrites);
+    output.Write(text.data(), text.size());
+    output.Commit();
 }
 
 } // namespace quietfloor

@@ -13,8 +13,8 @@ namespace quietfloor {
 /// cannot be read, a name that no settable parameter has, a name given twice, a value out of bounds.
 ParameterValues ReadConfiguration(const std::filesystem::path &file, ParameterValues values);
 
-/// Every settable parameter, with a comment each; "-" is standard output. Throws FileError, also if the
-/// file exists, unless it `overwrites`.
+/// Every settable parameter, with a comment each; "-" is standard output. Writes the file whole or not at
+/// all; throws FileError, also if it exists, unless it `overwrites`.
 void WriteConfiguration(const std::filesystem::path &file, const ParameterValues &values, bool overwrites);
 
 } // namespace quietfloor

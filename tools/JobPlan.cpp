@@ -4,6 +4,7 @@
 #include <set>
 
 #include "tools/AudioReader.h"
+#include "tools/Descriptor.h"
 #include "tools/NativeText.h"
 #include "tools/OutputFile.h"
 #include "tools/SoundFormat.h"
@@ -96,31 +97,78 @@ std::vector<Job> MakeJobs(const CommandLine &commandLine) {
     return jobs;
 }
 
-// One name for all ways to say it.
-fs::path Identity(const fs::path &file) {
+#if defined(_WIN32) || defined(__APPLE__)
+constexpr bool namesIgnoreCase = true;
+#else
+constexpr bool namesIgnoreCase = false;
+#endif
+
+fs::path Canonical(const fs::path &file) {
     std::error_code failure;
-    const fs::path identity = fs::weakly_canonical(fs::absolute(file), failure);
-    return failure ? file : identity;
+    const fs::path canonical = fs::weakly_canonical(fs::absolute(file), failure);
+    return failure ? fs::absolute(file) : canonical;
 }
 
-void RefuseMixUps(const std::vector<Job> &jobs) {
-    std::set<fs::path> sources, outputs;
-    for (const Job &job : jobs)
-        if (!IsStandardStream(job.files.source))
-            sources.insert(Identity(job.files.source));
-    for (const Job &job : jobs) {
-        std::error_code ignored; // one of them does not exist: they differ
-        const bool isSource = fs::equivalent(job.files.source, job.files.target, ignored);
-        for (const fs::path *output : {&job.files.target, &job.files.spectrogram}) {
-            if (output->empty() || (output == &job.files.target && IsStandardStream(*output)))
-                continue;
-            const fs::path identity = Identity(*output);
-            if (isSource || sources.contains(identity))
-                throw UsageError(TextOf(*output) + ": input and output are the same file");
-            if (!outputs.insert(identity).second)
-                throw UsageError(TextOf(*output) + ": two outputs would have this name");
-        }
+// One name for all ways to say it.
+fs::path Identity(const fs::path &file) {
+    if (IsStandardStream(file))
+        return file;
+    const fs::path canonical = Canonical(file);
+    return namesIgnoreCase ? PathOf(LowerCase(TextOf(canonical))) : canonical;
+}
+
+// What is written, to files or to standard output, each only once.
+class OutputNames {
+public:
+    explicit OutputNames(const std::vector<Job> &jobs) {
+        for (const Job &job : jobs)
+            if (!IsStandardStream(job.files.source))
+                sources.insert(Identity(job.files.source));
     }
+
+    // No name is no output.
+    void Take(const fs::path &output) {
+        if (output.empty())
+            return;
+        const fs::path identity = Identity(output);
+        if (sources.contains(identity))
+            throw UsageError(TextOf(output) + ": input and output are the same file");
+        if (!taken.insert(identity).second)
+            throw UsageError(IsStandardStream(output)
+                                 ? "standard output: two outputs would go there"
+                                 : TextOf(output) + ": two outputs would have this name");
+    }
+
+private:
+    std::set<fs::path> sources, taken;
+};
+
+void RefuseMixUps(const CommandLine &commandLine, const std::vector<Job> &jobs) {
+    OutputNames names(jobs);
+    bool reportsThere = commandLine.printsJson; // on standard output
+    for (const Job &job : jobs) {
+        const DenoiseFiles &files = job.files;
+        std::error_code ignored; // one of them does not exist: they differ
+        if (fs::equivalent(files.source, files.target, ignored))
+            throw UsageError(TextOf(files.target) + ": input and output are the same file");
+        names.Take(files.target);
+        names.Take(files.spectrogram);
+        reportsThere = reportsThere && !IsStandardStream(files.target);
+    }
+    names.Take(commandLine.savedConfiguration);
+    if (reportsThere)
+        names.Take("-");
+}
+
+// Throws FileError unless a file could be made there.
+void CheckFolderOf(const fs::path &file, bool makesFolders) {
+    fs::path folder = Canonical(file).parent_path(); // where a link leads
+    while (makesFolders && !fs::exists(folder) && folder.has_relative_path())
+        folder = folder.parent_path();
+    if (!fs::is_directory(folder))
+        throw FileError(file, "there is no such folder");
+    if (!IsWritable(folder))
+        throw FileError(file, "its folder cannot be written");
 }
 
 } // namespace
@@ -132,18 +180,22 @@ std::vector<Job> PlanJobs(const CommandLine &commandLine) {
             throw UsageError(TextOf(commandLine.folder) + ": is not a folder");
     }
     std::vector<Job> jobs = MakeJobs(commandLine);
-    RefuseMixUps(jobs);
+    RefuseMixUps(commandLine, jobs);
     return jobs;
 }
 
-void CheckOutputs(const Job &job) {
+void CheckOutputs(const Job &job, bool makesFolders) {
     for (const fs::path *output : {&job.files.target, &job.files.spectrogram}) {
-        if (output->empty() || IsStandardStream(*output) || !fs::exists(*output))
+        if (output->empty() || IsStandardStream(*output))
             continue;
-        if (!fs::is_regular_file(*output))
-            throw FileError(*output, fs::is_directory(*output) ? "is a directory" : "is not a regular file");
-        if (!job.settings.overwrites)
-            throw FileError(*output, "exists; --force overwrites it");
+        if (fs::exists(*output)) {
+            if (!fs::is_regular_file(*output))
+                throw FileError(*output,
+                                fs::is_directory(*output) ? "is a directory" : "is not a regular file");
+            if (!job.settings.overwrites)
+                throw FileError(*output, "exists; --force overwrites it");
+        }
+        CheckFolderOf(*output, makesFolders);
     }
 }
 

@@ -53,6 +53,13 @@ std::string TextOf(const std::filesystem::path &path) {
 #endif
 }
 
+std::string LowerCase(std::string text) {
+    for (char &c : text)
+        if (c >= 'A' && c <= 'Z')
+            c = static_cast<char>(c - 'A' + 'a');
+    return text;
+}
+
 std::string OneLine(std::string_view text) {
     std::string line(text);
     std::replace_if(line.begin(), line.end(), IsControl, '?');

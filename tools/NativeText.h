@@ -11,6 +11,9 @@ namespace quietfloor {
 std::filesystem::path PathOf(std::string_view text);
 std::string TextOf(const std::filesystem::path &path);
 
+/// Of the letters A to Z.
+std::string LowerCase(std::string text);
+
 /// With '?' for what would end the line or steer a terminal.
 std::string OneLine(std::string_view text);
 

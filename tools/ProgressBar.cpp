@@ -52,7 +52,7 @@ void ProgressBar::Update(std::size_t file, sf_count_t done, sf_count_t total) {
 void ProgressBar::Finish(std::size_t file) {
     const std::lock_guard lock(mutex);
     files[file].isFinished = true;
-    files[file].done = files[file].total;
+    files[file].done = std::max(files[file].total, sf_count_t(0));
     ++finishedFiles;
     Draw();
 }
@@ -62,8 +62,8 @@ std::string ProgressBar::Line(Clock::time_point now) const {
     bool isTotalKnown = true;
     for (const State &file : files) {
         done += static_cast<double>(file.done);
-        total += static_cast<double>(file.total);
-        isTotalKnown = isTotalKnown && (file.total > 0 || file.isFinished);
+        total += static_cast<double>(std::max(file.total, sf_count_t(0)));
+        isTotalKnown = isTotalKnown && (file.total != unknown || file.isFinished);
     }
     const double elapsed = std::chrono::duration<double>(now - start).count();
     const double share = isTotalKnown && total > 0.0 ? std::min(done / total, 1.0) : 0.0;

@@ -14,7 +14,9 @@ namespace quietfloor {
 /// One bar for all files of a run; any thread may call.
 class ProgressBar {
 public:
-    /// Frames per file as far as they are known before it is read, 0 where not.
+    static constexpr sf_count_t unknown = -1;
+
+    /// Frames per file as far as they are known before it is read.
     explicit ProgressBar(const std::vector<sf_count_t> &totals);
     ~ProgressBar(); ///< takes the line away
 

@@ -1,12 +1,13 @@
 #include "tools/SoundFormat.h"
 
 #include <algorithm>
-#include <sstream>
 #include <vector>
 
 #include <sndfile.h>
 
+#include "tools/JsonWriter.h"
 #include "tools/NativeText.h"
+#include "tools/TargetFormat.h"
 
 namespace quietfloor {
 namespace {
@@ -49,13 +50,8 @@ constexpr struct SampleFormat {
 };
 
 std::string ExtensionOf(const std::filesystem::path &file) {
-    std::string text = TextOf(file.extension());
-    if (!text.empty())
-        text.erase(0, 1);
-    for (char &c : text)
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
-    return text;
+    const std::string text = TextOf(file.extension());
+    return text.empty() ? text : LowerCase(text.substr(1));
 }
 
 bool Bears(const Container &container, const std::string &extension) {
@@ -107,7 +103,7 @@ bool CanWrite(int container, int sampleFormat) {
     info.channels = 1;
     info.samplerate = 48000;
     info.format = container | sampleFormat;
-    return sampleFormat == 0 || sf_format_check(&info) == SF_TRUE;
+    return sampleFormat == 0 || IsPossible(info);
 }
 
 int ContainerOfExtension(const std::filesystem::path &file) {
@@ -147,18 +143,25 @@ std::string FormatText(int format) {
     return text;
 }
 
-std::string FormatList() {
-    std::ostringstream text;
+std::string FormatList(bool isJson) {
+    JsonArray array;
+    std::string text;
     for (const Container &container : Containers()) {
         if (!IsBuiltIn(container.bits))
             continue;
-        text << container.name;
+        std::string names, quoted;
         for (const SampleFormat &format : sampleFormats)
-            if (CanWrite(container.bits, format.bits))
-                text << ' ' << format.name;
-        text << '\n';
+            if (CanWrite(container.bits, format.bits)) {
+                names += std::string(" ") + format.name;
+                quoted += (quoted.empty() ? "" : ", ") + JsonText(format.name);
+            }
+        text += container.name + names + '\n';
+        JsonObject object;
+        object.Add("container", container.name);
+        object.AddToken("subtypes", '[' + quoted + ']');
+        array.Add(object);
     }
-    return text.str();
+    return isJson ? array.Text() : text;
 }
 
 std::string ContainerNames() { return WithCommas(Containers()); }

@@ -32,8 +32,9 @@ std::string ExtensionFor(int container, int sampleFormat);
 /// "wav pcm16", for people.
 std::string FormatText(int format);
 
-/// One line per container that can be written: its name, then those of its sample formats.
-std::string FormatList();
+/// The containers that can be written, each with its sample formats: a line of names, or an object in a JSON
+/// array.
+std::string FormatList(bool isJson);
 
 /// The names alone, with commas.
 std::string ContainerNames();
