@@ -210,6 +210,18 @@ TEST(NoiseEngine, DerivesItsSettingsFromThoseGiven) {
     EXPECT_FLOAT_EQ(derived.Sensitivity, 28.897734f); // 2^(1/4) 24.3
     EXPECT_EQ(derived.TrackerRate, 8.0f);
     EXPECT_EQ(derived.BandWidthHz, 270.0f);
+
+    using Settings = NoiseRemoverSettings; // what is beyond a limit counts as the limit
+    const std::pair<float Settings::*, float> limits[] = {
+        {&Settings::OffsetDb, -100.0f},    {&Settings::OffsetDb, 100.0f},  {&Settings::ReductionDb, -200.0f},
+        {&Settings::ReductionDb, 1000.0f}, {&Settings::KneeDb, 1000.0f},   {&Settings::Sensitivity, -1000.0f},
+        {&Settings::Sensitivity, 1000.0f}, {&Settings::Strength, 10000.0f}};
+    for (const auto &[slot, limit] : limits) {
+        Settings limited, beyond;
+        limited.*slot = limit;
+        beyond.*slot = 2 * limit;
+        EXPECT_EQ(Derived(limited).*slot, Derived(beyond).*slot) << limit;
+    }
 }
 
 // Both end levels of -200 dB count in the sum, and the divisor is one less than the number of entries.
