@@ -40,6 +40,7 @@ debian_package(development libquietfloor-dev libdevel
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${runtime_package} (= ${PROJECT_VERSION})")
 if(TARGET quietfloor_lv2)
     debian_package(plugins quietfloor-plugins sound "The plug-ins for LV2 and LADSPA hosts.")
+    set(CPACK_DEBIAN_PLUGINS_PACKAGE_PROVIDES "ladspa-plugin, lv2-plugin") # what hosts' packages recommend
     install(FILES examples/pipewire/quietfloor-microphone.conf
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/quietfloor-plugins/examples COMPONENT plugins)
 endif()
