@@ -32,9 +32,9 @@ Check() {
 }
 
 # In the order of the controls, with the delay that goes with them. The second set has a file that is
-# reduced by the filter, and no default.
+# reduced by the filter, and no default; the third has a delay longer than hosts' blocks.
 names=(reduction offset sensitivity strength bandwidth fft-size knee release filter-mode)
-for settings in "20 2 2.5 30 100 512 14 140 0 512" "12 -1 5 60 50 2048 8 80 1 1920"; do
+for settings in "20 2 2.5 30 100 512 14 140 0 512" "12 -1 5 60 50 2048 8 80 1 1920" "30 -3 2.5 30 100 8192 12 140 0 6656"; do
     read -ra values <<<"$settings"
     delay=${values[-1]}
     unset 'values[-1]'
@@ -57,7 +57,7 @@ for settings in "20 2 2.5 30 100 512 14 140 0 512" "12 -1 5 60 50 2048 8 80 1 19
         ffmpeg -v error -y -i $kind.wav -af "ladspa=quietfloor:quietfloor:c=$numbered:latency=1" \
             -c:a pcm_f32le ladspa.wav
         Check "FFmpeg ladspa, $kind" wanted-$kind.wav ladspa.wav 0
-        sox $kind.wav sox.wav ladspa -l -r quietfloor.so quietfloor "${values[@]}"
+        sox --buffer 65536 $kind.wav sox.wav ladspa -l -r quietfloor.so quietfloor "${values[@]}"
         Check "SoX ladspa, $kind" wanted-$kind.wav sox.wav 0
     done
 done
