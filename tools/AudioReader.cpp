@@ -19,7 +19,10 @@ namespace {
 
 // Some of libsndfile's reasons are about its own workings.
 std::string ReasonNotOpened(bool isPipe) {
-    const std::string reason = sf_strerror(nullptr);
+    const std::string system = "System error : ";
+    std::string reason = sf_strerror(nullptr);
+    if (reason.starts_with(system))
+        reason.erase(0, system.size());
     if (isPipe && reason.find("possibly a pipe") != std::string::npos)
         return "this format cannot be read from a pipe";
     return reason.find("Internal error") != std::string::npos ? "has a damaged header" : reason;

@@ -163,9 +163,10 @@ void RefuseMixUps(const CommandLine &commandLine, const std::vector<Job> &jobs) 
 // Throws FileError unless a file could be made there.
 void CheckFolderOf(const fs::path &file, bool makesFolders) {
     fs::path folder = Canonical(file).parent_path(); // where a link leads
-    while (makesFolders && !fs::exists(folder) && folder.has_relative_path())
+    std::error_code ignored;                         // what cannot be looked at is as good as missing
+    while (makesFolders && !fs::exists(folder, ignored) && folder.has_relative_path())
         folder = folder.parent_path();
-    if (!fs::is_directory(folder))
+    if (!fs::is_directory(folder, ignored))
         throw FileError(file, "there is no such folder");
     if (!IsWritable(folder))
         throw FileError(file, "its folder cannot be written");
@@ -188,13 +189,14 @@ void CheckOutputs(const Job &job, bool makesFolders) {
     for (const fs::path *output : {&job.files.target, &job.files.spectrogram}) {
         if (output->empty() || IsStandardStream(*output))
             continue;
-        if (fs::exists(*output)) {
-            if (!fs::is_regular_file(*output))
-                throw FileError(*output,
-                                fs::is_directory(*output) ? "is a directory" : "is not a regular file");
-            if (!job.settings.overwrites)
-                throw FileError(*output, "exists; --force overwrites it");
-        }
+        std::error_code failure;
+        const fs::file_status status = fs::status(*output, failure);
+        if (!fs::status_known(status))
+            throw FileError(*output, failure.message());
+        if (fs::exists(status) && !fs::is_regular_file(status))
+            throw FileError(*output, fs::is_directory(status) ? "is a directory" : "is not a regular file");
+        if (fs::exists(status) && !job.settings.overwrites)
+            throw FileError(*output, "exists; --force overwrites it");
         CheckFolderOf(*output, makesFolders);
     }
 }
