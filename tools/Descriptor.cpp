@@ -9,7 +9,9 @@
 #include <sys/stat.h>
 #if defined(_WIN32)
 #define WIN32_LEAN_AND_MEAN
+#if !defined(NOMINMAX) // GCC's library defines it
 #define NOMINMAX
+#endif
 #include <io.h>
 #include <windows.h>
 #else
