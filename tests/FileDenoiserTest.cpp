@@ -365,6 +365,17 @@ TEST_F(FileDenoiserStreams, AreTheSameAsFiles) {
     std::ofstream(folder / "caf", std::ios::binary)
         << bytes.replace(bytes.find("data") + 4, 8, std::string(7, '\0') + '\4');
     Save(folder / "svx", SF_FORMAT_SVX | SF_FORMAT_PCM_16, 1, WhiteNoise(100, -30));
+    // Decoders of blocks do not notice the end by themselves.
+    settings.sampleFormat = SF_FORMAT_PCM_16;
+    for (const int samples : {SF_FORMAT_IMA_ADPCM, SF_FORMAT_MS_ADPCM, SF_FORMAT_GSM610})
+        for (const char *size : {"\xff\xff\xff\xff", "\0\0\0\x10"}) {
+            Save(folder / "coded", SF_FORMAT_WAV | samples, 1, WhiteNoise(30000, -30));
+            const Samples expected = Cleaned("coded", settings);
+            PutSizes(folder / "coded", size, size);
+            Through("-", "cat coded");
+            EXPECT_EQ(Load(folder / "drained"), expected) << std::hex << samples;
+        }
+    settings.sampleFormat = 0;
     settings.container = SF_FORMAT_AIFF;
     for (const char *feed : {"cat in", "cat svx"})
         EXPECT_NE(Through("-", feed).find("--format wav"), std::string::npos) << feed;

@@ -95,13 +95,24 @@ sf_count_t AudioReader::KnownFrames() const noexcept {
     return pipe || info.frames == SF_COUNT_MAX ? 0 : info.frames;
 }
 
+// Where a pipe ends too soon, decoders of blocks go on with what the last block has left in their buffer.
+sf_count_t AudioReader::ReadSome(float *block, sf_count_t frames) {
+    if (!pipe || !IsCodedInBlocks(info.format))
+        return sf_readf_float(file.get(), block, frames);
+    sf_count_t count = 0;
+    while (count < frames && sf_readf_float(file.get(), block + count * info.channels, 1) == 1 &&
+           !pipe->HasEnded())
+        ++count;
+    return count;
+}
+
 // libsndfile takes more out of a pipe than it gives at the end of what the header states, so each lap of the
 // header's length is read to its last frame and no further.
 sf_count_t AudioReader::ReadLaps(float *block, sf_count_t frames) {
     sf_count_t count = 0;
     while (count < frames) {
         const sf_count_t wanted = std::min(frames - count, info.frames - lap);
-        const sf_count_t some = sf_readf_float(file.get(), block + count * info.channels, wanted);
+        const sf_count_t some = ReadSome(block + count * info.channels, wanted);
         count += some;
         lap += some;
         if (some < wanted)
@@ -117,9 +128,10 @@ sf_count_t AudioReader::Read(float *block, sf_count_t frames) {
         return 0;
     if (pipe)
         pipe->EndHeader();
-    const bool isEndless = pipe && pipe->IsEndless() && BytesPerSample(info.format) != 0;
+    const bool hasLaps = BytesPerSample(info.format) != 0 || IsCodedInBlocks(info.format);
+    const bool isEndless = pipe && pipe->IsEndless() && hasLaps;
     const sf_count_t wanted = isPadded ? std::min(frames, info.frames - done) : frames;
-    const sf_count_t count = isEndless ? ReadLaps(block, frames) : sf_readf_float(file.get(), block, wanted);
+    const sf_count_t count = isEndless ? ReadLaps(block, frames) : ReadSome(block, wanted);
     if (const int error = sf_error(file.get()); error != SF_ERR_NO_ERROR) {
         if (error == SF_ERR_SYSTEM || done + count == 0)
             throw FileError(name, sf_strerror(file.get()));

@@ -42,6 +42,7 @@ private:
     SNDFILE *OpenStream(int descriptor);
     SNDFILE *OpenFile(const std::filesystem::path &path);
     SNDFILE *OpenAny(const std::filesystem::path &path);
+    sf_count_t ReadSome(float *block, sf_count_t frames);
     sf_count_t ReadLaps(float *block, sf_count_t frames);
     void CheckLimits() const;
 

@@ -11,7 +11,8 @@ namespace quietfloor {
 namespace {
 
 constexpr sf_count_t endless = sf_count_t(1) << 62;
-constexpr std::size_t longestHead = std::size_t(1) << 24; // bytes; pictures in tags are megabytes
+constexpr std::uint32_t lapBytes = std::uint32_t(1) << 28; // fewer than 2^31 frames with any codec
+constexpr std::size_t longestHead = std::size_t(1) << 24;  // bytes; pictures in tags are megabytes
 
 // What writers put there that do not know the size: all ones, the like of it as a signed number, or either
 // less what a header or a page of memory takes.
@@ -85,15 +86,19 @@ void PipeInput::MakeEndlessIfWithoutSize() {
     if (!StartsWith(0, "RIFF") || head.size() < 12 || std::memcmp(head.data() + 8, "WAVE", 4) != 0)
         return;
     const std::uint32_t fileSize = Number(4);
+    std::uint32_t blockBytes = 1;
     std::size_t at = 12;
-    for (FetchTo(at + 8); head.size() >= at + 8 && !StartsWith(at, "data"); FetchTo(at + 8))
+    for (FetchTo(at + 24); head.size() >= at + 8 && !StartsWith(at, "data"); FetchTo(at + 24)) {
+        if (StartsWith(at, "fmt ") && head.size() >= at + 24)
+            blockBytes = std::max(1u, Number(at + 20) & 0xFFFF);
         at += 8 + std::size_t(Number(at + 4)) + (Number(at + 4) & 1u);
+    }
     if (!StartsWith(at, "data"))
         return;
     const bool isEmpty = Number(at + 4) == 0 && (fileSize <= at || IsPlaceholder(fileSize));
     isEndless = isEmpty || IsPlaceholder(Number(at + 4));
-    if (isEndless)
-        std::memset(head.data() + at + 4, 0xFF, 4);
+    for (std::size_t i = 0; isEndless && i < 4; ++i)
+        head[at + 4 + i] = static_cast<unsigned char>((lapBytes - lapBytes % blockBytes) >> (8 * i));
 }
 
 sf_count_t PipeInput::Length(void *) { return endless; }
@@ -130,8 +135,10 @@ sf_count_t PipeInput::Read(void *to, sf_count_t count, void *self) {
         pipe.position += static_cast<sf_count_t>(more);
         done += more;
     }
-    if (pipe.keepsHead && done == 0 && wanted > 0)
-        pipe.position = endless; // whoever looks for further chunks sees the end
+    if (done == 0 && wanted > 0) {
+        pipe.hasEnded = !pipe.keepsHead;
+        pipe.position = pipe.keepsHead ? endless : pipe.position; // who looks for further chunks sees the end
+    }
     return static_cast<sf_count_t>(done);
 }
 

@@ -24,9 +24,12 @@ public:
     /// what is returned.
     SNDFILE *Open(SF_INFO &info);
 
-    /// Whether it is a WAV or RF64 stream whose header does not know the size. It is shown as the longest
-    /// that a header can state; from there a seek to any frame goes on with the sound that follows.
+    /// Whether it is a WAV or RF64 stream whose header does not know the size. It is shown as a file of many
+    /// whole blocks; from their end a seek to any frame goes on with the sound that follows.
     bool IsEndless() const noexcept { return isEndless; }
+
+    /// Whether sound was asked for when there was none left.
+    bool HasEnded() const noexcept { return hasEnded; }
 
     /// To be called before the first sound is read. From now on nothing more is kept.
     void EndHeader() noexcept { keepsHead = false; }
@@ -49,7 +52,7 @@ private:
 
     int descriptor;
     std::vector<unsigned char> head; // what has come so far, up to the end of the header
-    bool keepsHead = true, isEndless = false, wasRf64 = false;
+    bool keepsHead = true, isEndless = false, hasEnded = false, wasRf64 = false;
     sf_count_t position = 0, passed = 0; // bytes; those that came after the head
 };
 

@@ -105,6 +105,23 @@ int BytesPerSample(int format) noexcept {
     }
 }
 
+bool IsCodedInBlocks(int format) noexcept {
+    switch (SamplesOf(format)) {
+    case SF_FORMAT_IMA_ADPCM:
+    case SF_FORMAT_MS_ADPCM:
+    case SF_FORMAT_GSM610:
+    case SF_FORMAT_NMS_ADPCM_16:
+    case SF_FORMAT_NMS_ADPCM_24:
+    case SF_FORMAT_NMS_ADPCM_32:
+    case SF_FORMAT_G721_32:
+    case SF_FORMAT_G723_24:
+    case SF_FORMAT_G723_40:
+        return true;
+    default:
+        return false;
+    }
+}
+
 bool CanStream(int format) noexcept {
     const int container = ContainerOf(format);
     return HasSizes(format) || container == SF_FORMAT_RAW || container == SF_FORMAT_OGG ||

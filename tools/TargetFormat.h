@@ -25,6 +25,9 @@ int IntegerBits(int format) noexcept;
 /// Of one sample where all are of one length, else 0.
 int BytesPerSample(int format) noexcept;
 
+/// Whether samples are coded in blocks, of which each is as long as the others and decoded for itself.
+bool IsCodedInBlocks(int format) noexcept;
+
 /// Whether the container can be written without going back to complete its beginning.
 bool CanStream(int format) noexcept;
 
