@@ -51,7 +51,7 @@ AudioWriter::AudioWriter(const std::filesystem::path &path, const SF_INFO &forma
         throw FileError(output.Name(), sf_strerror(nullptr));
     // The peak chunk carries the time of day: without it the same input gives the same file. RF64 has none
     // unless libsndfile is told to leave it out.
-    if ((info.format & SF_FORMAT_TYPEMASK) != SF_FORMAT_RF64)
+    if (ContainerOf(info.format) != SF_FORMAT_RF64)
         sf_command(file.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
     Start(source);
 }

@@ -25,7 +25,7 @@ int IntegerBits(int format) noexcept;
 /// Of one sample where all are of one length, else 0.
 int BytesPerSample(int format) noexcept;
 
-/// Whether samples are coded in blocks, of which each is as long as the others and decoded for itself.
+/// Whether samples are coded in blocks of as many bytes each: ADPCM and GSM.
 bool IsCodedInBlocks(int format) noexcept;
 
 /// Whether the container can be written without going back to complete its beginning.
