@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the stream costs: time of a frame, processor time per sample beside speexdsp's preprocessor on
 // the same samples, memory per object, and the modulation transforms beside FFTW's.
 //
@@ -20,14 +21,15 @@
 #include <string>
 #include <vector>
 
+#include "dsp/ChannelGroup.h"
 #include "dsp/FrameGeometry.h"
-#include "dsp/SingleChannelAdaptiveNoise.h"
-#include "fft/engine/Dispatch.h"
+#include "dsp/Parameters.h"
 #include "noise/ModulationAnalysis.h"
+#include "simd/LevelIndex.h"
 
 namespace {
 
-using dsp::SingleChannelAdaptiveNoise;
+using dsp::ChannelGroup;
 
 constexpr int seconds = 8; // the first two teach the noise and are not counted
 constexpr int learning = 2;
@@ -104,24 +106,36 @@ private:
     std::unique_ptr<SpeexPreprocessState, void (*)(SpeexPreprocessState *)> state;
 };
 
+// One channel.
+ChannelGroup MakeReducer(int size, int filterMode, int rateHz) {
+    ChannelGroup::Values values = quietfloor::DefaultValues();
+    values[dsp::SingleChannelAdaptiveNoise::kFftSize] = static_cast<float>(size);
+    values[dsp::SingleChannelAdaptiveNoise::kFilterMode] = static_cast<float>(filterMode);
+    return {1, rateHz, values};
+}
+
+// In place.
+void ProcessBlock(ChannelGroup &reducer, float *block, int length) {
+    reducer.Process(&block, &block, length);
+}
+
 // One second of ours in blocks of 10 ms; processor time.
-double RunBlocks(SingleChannelAdaptiveNoise &reducer, const float *samples, int rateHz) {
+double RunBlocks(ChannelGroup &reducer, const float *samples, int rateHz) {
     std::vector<float> block(samples, samples + rateHz);
     const int length = rateHz / 100;
     const double start = ProcessorSeconds();
     for (int at = 0; at < rateHz; at += length)
-        reducer.Process(block.data() + at, block.data() + at, length);
+        ProcessBlock(reducer, block.data() + at, length);
     return ProcessorSeconds() - start;
 }
 
 // Times of single frames in microseconds, each block one hop long.
-std::vector<double> FrameTimes(SingleChannelAdaptiveNoise &reducer, std::vector<float> signal, int hop,
-                               int skip) {
+std::vector<double> FrameTimes(ChannelGroup &reducer, std::vector<float> signal, int hop, int skip) {
     using Clock = std::chrono::steady_clock;
     std::vector<double> times;
     for (int at = 0; at + hop <= static_cast<int>(signal.size()); at += hop) {
         const Clock::time_point start = Clock::now();
-        reducer.Process(signal.data() + at, signal.data() + at, hop);
+        ProcessBlock(reducer, signal.data() + at, hop);
         const std::chrono::duration<double, std::micro> spent = Clock::now() - start;
         if (at >= skip)
             times.push_back(spent.count());
@@ -141,27 +155,19 @@ double SlowestOverMedian(const std::vector<double> &frames) {
     return slowest / Quantile(frames, 0.5);
 }
 
-void Configure(SingleChannelAdaptiveNoise &reducer, int size, int filterMode, int rateHz) {
-    reducer.SetParameter(SingleChannelAdaptiveNoise::kFftSize, static_cast<float>(size));
-    reducer.SetParameter(SingleChannelAdaptiveNoise::kFilterMode, static_cast<float>(filterMode));
-    reducer.SetSampleRate(rateHz);
-    reducer.Resume();
-}
-
 std::size_t AllocatedBytes() {
     const struct mallinfo2 info = mallinfo2();
     return info.uordblks + info.hblkhd;
 }
 
 void Stream(benchmark::State &state) {
-    const FftEngine::DispatchScope level(static_cast<std::int32_t>(state.range(0)));
+    const quietfloor::DispatchScope level(static_cast<std::int32_t>(state.range(0)));
     const int size = static_cast<int>(state.range(1)), filterMode = static_cast<int>(state.range(2));
     const int rateHz = static_cast<int>(state.range(3));
     const auto kind = static_cast<Signal>(state.range(4));
     const std::vector<float> signal = MakeSignal(kind, rateHz);
     const std::size_t before = AllocatedBytes();
-    SingleChannelAdaptiveNoise reducer;
-    Configure(reducer, size, filterMode, rateHz);
+    ChannelGroup reducer = MakeReducer(size, filterMode, rateHz);
     state.counters["KiB"] = static_cast<double>(AllocatedBytes() - before) / 1024.0;
 
     SpeexStream speex(rateHz);
@@ -189,7 +195,7 @@ void Stream(benchmark::State &state) {
     state.counters["slowest"] = SlowestOverMedian(frames);
     state.counters["p99"] = Quantile(frames, 0.99);
     state.counters["worst"] = Quantile(frames, 1.0);
-    state.SetLabel(std::string(FftEngine::KernelsOfSlot(FftEngine::CpuDispatchIndex).name) + ", " +
+    state.SetLabel(std::string(quietfloor::NameOfSlot(quietfloor::CpuDispatchIndex)) + ", " +
                    signalNames[kind]);
 }
 
@@ -198,11 +204,10 @@ void FrameAfterAnHour(benchmark::State &state) {
     const std::vector<float> signal = MakeSignal(noiseWithSpeech, 44100);
     std::vector<double> aged, fresh;
     for ([[maybe_unused]] auto pass : state) {
-        SingleChannelAdaptiveNoise old, young;
-        std::vector<float> out(signal.size());
+        ChannelGroup old(1, 44100), young(1, 44100);
         for (int second = 0; second < 3600; second += seconds) {
-            std::vector<float> in(signal);
-            old.Process(in.data(), out.data(), static_cast<int>(in.size()));
+            std::vector<float> passing(signal);
+            ProcessBlock(old, passing.data(), static_cast<int>(passing.size()));
         }
         for (int turn = 0; turn < 5; ++turn) {
             aged.push_back(Quantile(FrameTimes(old, signal, 128, 0), 0.5));
@@ -217,14 +222,13 @@ void FrameAfterAnHour(benchmark::State &state) {
 // The modulation transforms of all bins, spread over the eight frames that share them, beside as many
 // 64-point transforms in float.
 void ModulationTransforms(benchmark::State &state) {
-    const FftEngine::DispatchScope level(static_cast<std::int32_t>(state.range(0)));
+    const quietfloor::DispatchScope level(static_cast<std::int32_t>(state.range(0)));
     constexpr int bins = 256, stride = quietfloor::BinAnalysis::RowStride(bins);
-    const FftEngine::PerBinKernels &kernels = FftEngine::SelectedPerBinKernels();
+    const quietfloor::NoiseKernels &kernels = quietfloor::SelectedNoiseKernels();
     const quietfloor::ModulationAnalyzer analyzer;
     std::mt19937 generator(3);
     std::normal_distribution<float> value(0.0f, 1.0f);
-    FftEngine::Row<float> rings(static_cast<std::size_t>(2 * 64 * stride)),
-        results(static_cast<std::size_t>(34 * stride));
+    quietfloor::Row<float> rings(2 * 64 * stride), results(34 * stride);
     std::generate(rings.begin(), rings.end(), [&] { return value(generator); });
     // Interleaved and out of place, in which FFTW is fastest.
     std::array<fftwf_complex, 64> in{}, out{};
@@ -249,18 +253,18 @@ void ModulationTransforms(benchmark::State &state) {
     fftwf_destroy_plan(plan);
     state.counters["us/frame"] = 1e6 * Quantile(times, 0.5);
     state.counters["vsFFTW"] = Quantile(ratios, 0.5);
-    state.SetLabel(FftEngine::KernelsOfSlot(FftEngine::CpuDispatchIndex).name);
+    state.SetLabel(quietfloor::NameOfSlot(quietfloor::CpuDispatchIndex));
 }
 
 // Every level that the machine runs, at the sizes and modes that the promises name; all sizes, rates and
 // signals at the level that the library chooses.
 void Register() {
-    const std::int64_t best = FftEngine::HighestSlot();
+    const std::int64_t best = quietfloor::HighestSlot();
     auto *stream = benchmark::RegisterBenchmark("Stream", Stream);
     stream->ArgNames({"level", "size", "filter", "rate", "signal"})->UseManualTime()->Iterations(1);
     auto *modulation = benchmark::RegisterBenchmark("ModulationTransforms", ModulationTransforms);
     modulation->ArgName("level")->UseManualTime()->Iterations(60);
-    for (std::int64_t level : {std::int64_t{0}, std::int64_t{4}, std::int64_t{5}}) {
+    for (const std::int32_t level : quietfloor::kLevelSlots) {
         if (level > best)
             continue;
         modulation->Arg(level);

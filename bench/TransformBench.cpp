@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a transform costs at each processor level, beside FFTW's and KissFFT's on the same arrays.
 //
 // The contestants take turns of a fifth of a millisecond, so that what else the machine does hits all
@@ -17,11 +18,13 @@
 #include <utility>
 #include <vector>
 
-#include "fft/engine/Dispatch.h"
+#include "fft/engine/FftEngine.h"
+#include "simd/LevelIndex.h"
 
 namespace {
 
 using namespace FftEngine;
+using namespace quietfloor;
 
 struct Single {
     using Real = float;
@@ -188,12 +191,12 @@ void Transform(benchmark::State &state) {
         state.counters["KissFFT"] = kiss.Nanoseconds();
         state.counters["vsKissFFT"] = ours.Nanoseconds() / kiss.Nanoseconds();
     }
-    state.SetLabel(KernelsOfSlot(slot).name);
+    state.SetLabel(quietfloor::NameOfSlot(slot));
 }
 
 void Register() {
     std::vector<std::int64_t> levels, sizes;
-    for (std::int64_t slot : {0, 4, 5})
+    for (const std::int32_t slot : kLevelSlots)
         if (slot <= HighestSlot())
             levels.push_back(slot);
     for (std::int64_t size = 64; size <= 16384; size *= 2)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # How every file of this project is compiled. Contraction is off and fast-math is never on: a fused
 # multiply-add stands where it is written, and the checks for NaN stay.
 
@@ -17,11 +18,7 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_COMPILE_WARNING_AS_ERROR ${QUIETFLOOR_WERROR})
 
-if(MSVC)
-    add_compile_options(/W4 /fp:precise)
-else()
-    add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -ffp-contract=off)
-endif()
+add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -ffp-contract=off)
 
 if(MINGW)
     add_link_options(-static) # the compiler's own libraries, so that only those of the system are asked for

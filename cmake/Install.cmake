@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # What is installed: both libraries, the public headers, and how CMake and pkg-config find them. All of it
 # may be moved as a whole. Components: `library` runs a host, `development` builds one, `program` is the
 # program, `plugins` are the plug-ins.
@@ -26,7 +27,10 @@ if(TARGET quietfloor-cli)
     endif()
 endif()
 
-foreach(header dsp/SingleChannelAdaptiveNoise.h dsp/WhiteNoise.h fft/FFT.h lib/Export.h lib/quietfloor.h)
+install(FILES include/quietfloor/quietfloor.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quietfloor
+    COMPONENT development)
+foreach(header dsp/SingleChannelAdaptiveNoise.h dsp/WhiteNoise.h fft/FFT.h base/Export.h lib/Export.h
+    lib/quietfloor.h)
     cmake_path(GET header PARENT_PATH folder)
     install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quietfloor/${folder}
         COMPONENT development)

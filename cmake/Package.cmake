@@ -1,6 +1,7 @@
+# SPDX-License-Identifier: MIT
 # cpack: .deb packages (the preset `package` has Debian's prefix), or one .zip for Windows.
-set(CPACK_PACKAGE_VENDOR "the quietfloor authors")
-set(CPACK_PACKAGE_CONTACT "${CPACK_PACKAGE_VENDOR} <quietfloor@localhost>")
+set(CPACK_PACKAGE_VENDOR "The quietfloor authors")
+set(CPACK_PACKAGE_CONTACT "${CPACK_PACKAGE_VENDOR} <quietfloor@example.org>")
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Toolchain file: from Linux for 64-bit Windows, with Debian's mingw-w64 and Wine.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
@@ -6,6 +7,7 @@ set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
+set(binutils x86_64-w64-mingw32-) # what the names of nm and objdump begin with
 
 # Libraries that scripts/windows-libraries has built; nothing of the building system's own.
 cmake_path(GET CMAKE_CURRENT_LIST_DIR PARENT_PATH windows_root)

@@ -1,6 +1,8 @@
-// Prints the tables of the pages, one by name: what scripts/check-docs compares with the pages, or writes
-// into them. A page may add columns of its own to the right. The list "headers" is for the tables that the
-// public headers hold.
+// SPDX-License-Identifier: MIT
+// Prints the tables of the pages and the lists of the public headers, one by name: what scripts/check-docs
+// compares with the text between the marks "generated: NAME" and "end", or writes there.
+#include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -8,32 +10,80 @@
 #include "dsp/FrameGeometry.h"
 #include "dsp/Parameters.h"
 #include "dsp/Presets.h"
-#include "tools/ParameterText.h"
+#include "dsp/SingleChannelAdaptiveNoise.h"
+#include "tools/command/ParameterText.h"
 
 namespace {
 
 using namespace quietfloor;
+using Object = dsp::SingleChannelAdaptiveNoise;
 
 constexpr int smallest = 64, largest = 16384; // FFT sizes
 constexpr double rateHz = 44100.0;
 
-void PrintParameters() {
-    std::puts("| parameter | range | default |\n|---|---|---:|");
+// At most two decimals, and no zeros at the end of them.
+std::string Short(float value) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.2f", static_cast<double>(value));
+    std::string number = text;
+    number.erase(number.find_last_not_of('0') + 1);
+    return number.back() == '.' ? number.substr(0, number.size() - 1) : number;
+}
+
+// The comment over an enumerator: a sentence, then unit, bounds, default and when it takes effect.
+std::string Comment(const ParameterInfo &parameter, const std::string &indent) {
+    std::string words = parameter.description;
+    words[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(words[0])));
+    std::string facts = Short(parameter.lowerBound) + " to " + Short(parameter.upperBound);
+    if (*parameter.unit)
+        facts = parameter.unit + (", " + facts);
+    if (words.compare(0, 9, "Read back") != 0)
+        facts += ", default " + Short(parameter.defaultValue);
+    if (*parameter.effective)
+        facts += std::string("; ") + parameter.effective;
+    return indent + "/// " + words + ".\n" + indent + "/// (" + facts + ")\n";
+}
+
+void PrintObjectParameters() {
+    static const struct {
+        Object::Parameter index;
+        const char *name;
+    } names[] = {{Object::kReductionDb, "kReductionDb"}, {Object::kOffsetDb, "kOffsetDb"},
+                 {Object::kSensitivity, "kSensitivity"}, {Object::kTrackerRate, "kTrackerRate"},
+                 {Object::kStrength, "kStrength"},       {Object::kReserved, "kReserved"},
+                 {Object::kBandWidthHz, "kBandWidthHz"}, {Object::kFftSize, "kFftSize"},
+                 {Object::kOverlap, "kOverlap"},         {Object::kKneeDb, "kKneeDb"},
+                 {Object::kReleaseMs, "kReleaseMs"},     {Object::kFilterMode, "kFilterMode"},
+                 {Object::kUnused, "kUnused"},           {Object::kActive, "kActive"}};
+    const std::string indent(8, ' ');
+    for (const auto &[index, name] : names)
+        std::printf("%s%s%s = %d,\n", Comment(ParameterAt(index), indent).c_str(), indent.c_str(), name,
+                    index);
+}
+
+// Those that do something or tell something, as C names them.
+void PrintCParameters() {
+    const std::string indent(4, ' ');
     for (int i = 0; i < parameterCount; ++i) {
         const ParameterInfo &parameter = ParameterAt(i);
-        if (parameter.isSettable)
-            std::printf("| `%s` | %s | %s |\n", parameter.name, RangeText(parameter).c_str(),
-                        NumberText(parameter.defaultValue).c_str());
+        if (std::strncmp(parameter.description, "no effect", 9) == 0)
+            continue;
+        std::string name = parameter.name;
+        std::transform(name.begin(), name.end(), name.begin(), [](unsigned char letter) {
+            return letter == '-' ? '_' : static_cast<char>(std::toupper(letter));
+        });
+        std::printf("%s%sQUIETFLOOR_%s = %d,\n", Comment(parameter, indent).c_str(), indent.c_str(),
+                    name.c_str(), i);
     }
 }
 
-// A line of index, unit and bounds for each parameter, and one of index and default.
-void PrintHeaders() {
+void PrintParameters() {
+    std::puts("| parameter | range | default | what it does | too much |\n|---|---|---:|---|---|");
     for (int i = 0; i < parameterCount; ++i) {
         const ParameterInfo &parameter = ParameterAt(i);
-        std::printf("%d %s %.2f %.2f\n", i, *parameter.unit ? parameter.unit : "-",
-                    static_cast<double>(parameter.lowerBound), static_cast<double>(parameter.upperBound));
-        std::printf("%d default %.2f\n", i, static_cast<double>(parameter.defaultValue));
+        if (parameter.isSettable)
+            std::printf("| `%s` | %s | %s | %s | %s |\n", parameter.name, RangeText(parameter).c_str(),
+                        NumberText(parameter.defaultValue).c_str(), parameter.advice, parameter.excess);
     }
 }
 
@@ -58,7 +108,7 @@ void PrintPresets() {
 double Milliseconds(int samples) { return 1000.0 * samples / rateHz; }
 
 void PrintLatency() {
-    std::puts("| FFT size | gains: samples | at 44.1 kHz | filter: samples | at 44.1 kHz |\n"
+    std::puts("| FFT size | gain per bin: samples | at 44.1 kHz | filter: samples | at 44.1 kHz |\n"
               "|---:|---:|---:|---:|---:|");
     for (int size = smallest; size <= largest; size *= 2) {
         const int gains = dsp::MakeFrameGeometry(size, false).Latency(false);
@@ -75,20 +125,21 @@ void PrintGeometry() {
     for (int size = smallest; size <= largest; size *= 2)
         for (const bool filter : {false, true}) {
             const dsp::FrameGeometry g = dsp::MakeFrameGeometry(size, filter);
-            std::printf("| %d | %s | %d | %d | %d | %d | %d | %d | %d |\n", size, filter ? "filter" : "gains",
-                        g.overlap, g.hopSize, g.analysisLength, g.analysisOffset, g.writePos, g.readOffset,
-                        g.Latency(filter));
+            std::printf("| %d | %s | %d | %d | %d | %d | %d | %d | %d |\n", size,
+                        filter ? "filter" : "gain per bin", g.overlap, g.hopSize, g.analysisLength,
+                        g.analysisOffset, g.writePos, g.readOffset, g.Latency(filter));
         }
 }
 
 const struct {
     const char *name;
     void (*print)();
-} tables[] = {{"parameters", PrintParameters},
+} tables[] = {{"object-parameters", PrintObjectParameters},
+              {"c-parameters", PrintCParameters},
+              {"parameters", PrintParameters},
               {"presets", PrintPresets},
               {"latency", PrintLatency},
-              {"geometry", PrintGeometry},
-              {"headers", PrintHeaders}};
+              {"geometry", PrintGeometry}};
 
 } // namespace
 

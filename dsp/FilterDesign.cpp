@@ -1,4 +1,5 @@
-// The filter of filter mode: linear phase, its response the gain curve as far as its window lets it.
+// SPDX-License-Identifier: MIT
+// The filter: linear phase, its response the gain curve as far as its window lets it.
 //
 // The gain curve, taken as a real and even spectrum, has a zero-phase impulse response. Windowing
 // that by the periodic four-term Blackman-Harris window (F. J. Harris, "On the use of windows for

@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: MIT
 // Any block size in, whole frames through, any block size out.
 #include <algorithm>
 #include <limits>
 
 #include "dsp/SingleChannelAdaptiveNoise.h"
 #include "dsp/SingleChannelAdaptiveNoiseParams.h"
-#include "fft/engine/DenormalScope.h"
+#include "simd/DenormalScope.h"
 
 namespace dsp {
 namespace {
@@ -36,7 +37,7 @@ void GiveOutput(SingleChannelAdaptiveNoiseParams &record, float *out, int count)
     const int silent = std::clamp(-first, 0, count);
     std::fill_n(out, silent, 0.0f);
     for (int i = silent; i < count; ++i)
-        out[i] = record.outputBuffer[static_cast<std::size_t>(first + i)] + 0.0f; // makes -0 plain 0
+        out[i] = record.outputBuffer[first + i] + 0.0f; // makes -0 plain 0
     if (record.compander)
         record.compander->ExpandBlock(out, record.compOutputPos, count);
     record.compOutputPos += count;
@@ -60,15 +61,15 @@ void DropHop(SingleChannelAdaptiveNoiseParams &record) noexcept {
 } // namespace
 
 void SingleChannelAdaptiveNoise::RebuildIfPending() {
-    if (ReinitPending || record == nullptr)
+    if (state.ReinitPending || record == nullptr)
         Initialize();
-    if (XfmsPending)
+    if (state.XfmsPending)
         InitializeParameters();
 }
 
 void SingleChannelAdaptiveNoise::Process(float *in, float *out, int count) {
     RebuildIfPending();
-    const FftEngine::DenormalScope noDenormals;
+    const quietfloor::DenormalScope noDenormals;
     while (count > 0) {
         const int n = std::min(count, record->geometry.FrameEnd() - record->writePos);
         TakeInput(*record, in, n);

@@ -1,8 +1,10 @@
+// SPDX-License-Identifier: MIT
 #include "dsp/FrameGeometry.h"
 
 namespace dsp {
 namespace {
 
+// Long frames overlap more, so that a hop stays near 512 samples; short filters less, at half the cost.
 int ChooseOverlap(int fftSize, bool filterMode) noexcept {
     if (fftSize >= 16384)
         return 20;
@@ -22,7 +24,9 @@ FrameGeometry MakeFrameGeometry(int fftSize, bool filterMode) noexcept {
     g.fftSize = fftSize;
     g.overlap = ChooseOverlap(fftSize, filterMode);
     if (filterMode) {
-        // Half a frame is analysed; the block that is filtered lies two or three hops behind it.
+        // The hop that is filtered lies two or three hops behind the newest sample. The stream starts half a
+        // hop past the beginning of one, so that half a hop is part of the latency, beside the filter's own
+        // N/2.
         g.analysisLength = fftSize - half;
         g.hopSize = half / g.overlap;
         g.analysisOffset = (fftSize < 2049 ? 3 : 2) * g.hopSize;
@@ -31,6 +35,8 @@ FrameGeometry MakeFrameGeometry(int fftSize, bool filterMode) noexcept {
         g.latencyBase = fftSize;
         g.latencyOffset = g.hopSize / 2 + half;
     } else {
+        // The read position is the end of what the frame after next still adds to: N/4 + N/2 behind the
+        // newest sample, and a hop more because the output moves on only when the next frame runs.
         g.analysisLength = fftSize;
         g.hopSize = fftSize / g.overlap;
         g.writePos = half;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsp/LevelCompander.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// An optional stage around the spectral processing: it changes the level of the input by its
 /// envelope and takes every raise of it back in the output, on the very samples that were raised.
 #ifndef QUIETFLOOR_DSP_LEVELCOMPANDER_H

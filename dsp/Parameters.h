@@ -1,5 +1,6 @@
-/// The parameter table: one row per parameter, used by the object, the program and whatever shows
-/// parameters to people.
+// SPDX-License-Identifier: MIT
+/// The parameter table: one row per parameter, used by the object, the program and the plug-ins. The lists of
+/// parameters in the public headers and in the pages are made from it (scripts/check-docs --renew).
 #ifndef QUIETFLOOR_DSP_PARAMETERS_H
 #define QUIETFLOOR_DSP_PARAMETERS_H
 
@@ -13,8 +14,11 @@ struct ParameterInfo {
     float defaultValue;
     float lowerBound; // published, not enforced
     float upperBound;
-    bool isSettable;         // false where a value has no effect or is only read back
+    bool isSettable;       // false where a value has no effect or is only read back
+    const char *effective; // "at once", "rebuild" or "waits", as the object's header says; "" if not settable
     const char *description; // one line for people
+    const char *advice;      // for the pages: what turning it does
+    const char *excess;      // for the pages: what is heard when it is turned too far up
 };
 
 inline constexpr int parameterCount = 14;

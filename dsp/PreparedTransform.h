@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// A double-precision transform of one length that can be copied with the record that holds it.
 #ifndef QUIETFLOOR_DSP_PREPAREDTRANSFORM_H
 #define QUIETFLOOR_DSP_PREPAREDTRANSFORM_H

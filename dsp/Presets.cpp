@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsp/Presets.h"
 
 #include <algorithm>
@@ -47,12 +48,12 @@ std::span<const Preset> Presets() noexcept {
               {Object::kFftSize, 2048.0f},
               {Object::kKneeDb, 12.0f},
               {Object::kFilterMode, 1.0f}}),
-        Make("hum", "mains and motors: fine in pitch, so late and soft on attacks",
+        Make("hum", "mains and motors: fine frequency resolution; long delay, softened attacks",
              {{Object::kReductionDb, 30.0f},
               {Object::kOffsetDb, -3.0f},
               {Object::kFftSize, 8192.0f},
               {Object::kKneeDb, 12.0f}}),
-        Make("strong", "as quiet as speech stays understood: dulls weak sounds; late",
+        Make("strong", "the strongest that leaves speech intelligible; dulls weak sounds, long delay",
              {{Object::kReductionDb, 30.0f},
               {Object::kOffsetDb, 1.0f},
               {Object::kSensitivity, 8.0f},

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Named sets of parameter values: what the program and the plug-ins offer.
 #ifndef QUIETFLOOR_DSP_PRESETS_H
 #define QUIETFLOOR_DSP_PRESETS_H

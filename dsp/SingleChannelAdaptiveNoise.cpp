@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "dsp/SingleChannelAdaptiveNoise.h"
 
 #include <algorithm>
@@ -33,10 +34,12 @@ int SnapFftSize(float value) noexcept {
 
 } // namespace
 
+const int SingleChannelAdaptiveNoise::kParamCount;
+
 SingleChannelAdaptiveNoise::SingleChannelAdaptiveNoise() {
     for (int i = 0; i < kParamCount; ++i) {
         const quietfloor::ParameterInfo &info = quietfloor::ParameterAt(i);
-        values[i] = finiteValues[i] = info.defaultValue;
+        state.values[i] = state.finiteValues[i] = info.defaultValue;
         SetBounds(i, info.lowerBound, info.upperBound);
     }
     Initialize();
@@ -45,24 +48,11 @@ SingleChannelAdaptiveNoise::SingleChannelAdaptiveNoise() {
 SingleChannelAdaptiveNoise::~SingleChannelAdaptiveNoise() { Deinitialize(); }
 
 SingleChannelAdaptiveNoise::SingleChannelAdaptiveNoise(const SingleChannelAdaptiveNoise &other)
-    : ReinitPending(other.ReinitPending), XfmsPending(other.XfmsPending), sampleRate(other.sampleRate) {
-    std::copy_n(other.values, kParamCount, values);
-    std::copy_n(other.finiteValues, kParamCount, finiteValues);
-    std::copy_n(other.lowerBounds, kParamCount, lowerBounds);
-    std::copy_n(other.upperBounds, kParamCount, upperBounds);
-    if (other.record != nullptr)
-        record = new Record(*other.record);
-}
+    : state(other.state), record(other.record != nullptr ? new Record(*other.record) : nullptr) {}
 
 SingleChannelAdaptiveNoise &SingleChannelAdaptiveNoise::operator=(const SingleChannelAdaptiveNoise &other) {
     SingleChannelAdaptiveNoise copy(other);
-    std::swap(ReinitPending, copy.ReinitPending);
-    std::swap(XfmsPending, copy.XfmsPending);
-    std::swap(sampleRate, copy.sampleRate);
-    std::swap(values, copy.values);
-    std::swap(finiteValues, copy.finiteValues);
-    std::swap(lowerBounds, copy.lowerBounds);
-    std::swap(upperBounds, copy.upperBounds);
+    std::swap(state, copy.state);
     std::swap(record, copy.record);
     return *this;
 }
@@ -70,19 +60,19 @@ SingleChannelAdaptiveNoise &SingleChannelAdaptiveNoise::operator=(const SingleCh
 void SingleChannelAdaptiveNoise::SetBounds(int index, float lower, float upper) {
     if (!IsParameter(index))
         return;
-    lowerBounds[index] = lower;
-    upperBounds[index] = upper;
+    state.lowerBounds[index] = lower;
+    state.upperBounds[index] = upper;
 }
 
 void SingleChannelAdaptiveNoise::GetBounds(int index, float &lower, float &upper) {
     if (!IsParameter(index))
         return;
-    lower = lowerBounds[index];
-    upper = upperBounds[index];
+    lower = state.lowerBounds[index];
+    upper = state.upperBounds[index];
 }
 
 float SingleChannelAdaptiveNoise::GetParameter(int index) const {
-    return IsParameter(index) ? values[index] : 0.0f;
+    return IsParameter(index) ? state.values[index] : 0.0f;
 }
 
 void SingleChannelAdaptiveNoise::SetParameter(int index, float value) {
@@ -96,22 +86,22 @@ void SingleChannelAdaptiveNoise::SetParameter(int index, float value) {
         value = static_cast<float>(size);
     } else if (index == kFilterMode) {
         value = value < 0.5f ? 0.0f : 1.0f;
-        ReinitPending = true;
+        state.ReinitPending = true;
     } else {
         SetParameterValue(index, value);
     }
-    if (values[index] == value)
+    if (state.values[index] == value)
         return;
-    values[index] = value;
+    state.values[index] = value;
     if (std::isfinite(value))
-        finiteValues[index] = value;
-    XfmsPending = true;
+        state.finiteValues[index] = value;
+    state.XfmsPending = true;
 }
 
 void SingleChannelAdaptiveNoise::SetFFTSize(int size) {
     if (record != nullptr && record->requestedFftSize != size) {
         record->requestedFftSize = size;
-        ReinitPending = true;
+        state.ReinitPending = true;
     }
 }
 
@@ -147,15 +137,15 @@ void SingleChannelAdaptiveNoise::SetParameterValue(int index, float value) {
 }
 
 int SingleChannelAdaptiveNoise::GetLatency() const {
-    return record != nullptr ? record->geometry.Latency(values[kFilterMode] != 0.0f) : 0;
+    return record != nullptr ? record->geometry.Latency(state.values[kFilterMode] != 0.0f) : 0;
 }
 
 void SingleChannelAdaptiveNoise::SetSampleRate(int rate) {
     if (rate < 1)
         return;
     Deinitialize();
-    sampleRate = rate;
-    XfmsPending = true;
+    state.sampleRate = rate;
+    state.XfmsPending = true;
 }
 
 void SingleChannelAdaptiveNoise::Suspend() { SetParameter(kActive, 0.0f); }

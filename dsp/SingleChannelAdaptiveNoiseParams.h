@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The working record: everything that a noise reducer needs while it runs, rebuilt whole.
 #ifndef QUIETFLOOR_DSP_SINGLECHANNELADAPTIVENOISEPARAMS_H
 #define QUIETFLOOR_DSP_SINGLECHANNELADAPTIVENOISEPARAMS_H
@@ -9,9 +10,9 @@
 #include "dsp/FrameGeometry.h"
 #include "dsp/LevelCompander.h"
 #include "dsp/PreparedTransform.h"
-#include "fft/engine/AlignedRow.h"
-#include "fft/engine/PerBinKernels.h"
+#include "dsp/kernels/FrameKernels.h"
 #include "noise/NoiseRemover.h"
+#include "simd/AlignedRow.h"
 
 namespace dsp {
 
@@ -22,12 +23,12 @@ inline constexpr int designMargin = 3; // bins on each side that the filter desi
 /// original would.
 struct SingleChannelAdaptiveNoiseParams {
     template <class T>
-    using Row = FftEngine::Row<T>;
+    using Row = quietfloor::Row<T>;
 
     // Fixed from the rebuild on.
     int requestedFftSize = 0; // differs from geometry.fftSize while a rebuild is pending
     FrameGeometry geometry;
-    const FftEngine::PerBinKernels *kernels = nullptr;
+    const quietfloor::FrameKernels *kernels = nullptr;
     std::optional<PreparedTransform> fftData;     // N points
     std::optional<PreparedTransform> halfFftData; // H points: the inverse of a real signal's spectrum
     Row<double> twiddleReal, twiddleImag;         // H each: e^(2 pi i k / N)
@@ -35,8 +36,8 @@ struct SingleChannelAdaptiveNoiseParams {
     Row<double> frameWindow;                      // N: on the frame that gets the gains
     Row<double> outputWeight;                     // what a synthesised frame is added with, in whole vectors
     Row<float> DitherTable;                       // ditherLength values, within +-1e-9
-    int historyCount = 1;     // the gains are for the spectrum of so many frames ago, 0 to 3
-    bool adaptEnabled = true; // frames are analysed; otherwise the gains stay as they are
+    unsigned historyCount = 1; // the gains are for the spectrum of so many frames ago, 0 to 3
+    bool adaptEnabled = true;  // frames are analysed; otherwise the gains stay as they are
 
     // Carried from frame to frame.
     Row<float> inputBuffer;  // BufferLength(): the newest input ends at writePos

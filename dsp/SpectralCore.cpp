@@ -1,18 +1,20 @@
+// SPDX-License-Identifier: MIT
 // One frame: analysis, gains, synthesis into the output accumulator.
 //
 // The analysis frame and the frame that gets the gains are both real, so they share one complex
-// transform, as real and imaginary part; the result is real, so half a transform gives it back.
+// transform, as real and imaginary part; the result is real, so a transform of half the length gives it back.
 #include <algorithm>
 
 #include "dsp/SingleChannelAdaptiveNoise.h"
 #include "dsp/SingleChannelAdaptiveNoiseParams.h"
+#include "noise/Tuning.h"
 
 namespace dsp {
 namespace {
 
 constexpr double endLevelDb = -200.0; // at both ends of a level spectrum, whatever the bins hold
 
-// In filter mode the hop that lies `analysisOffset` behind the newest input, as it is, else the whole
+// With the filter the hop that lies `analysisOffset` behind the newest input, as it is, else the whole
 // frame, windowed.
 void LoadSynthesisFrame(SingleChannelAdaptiveNoiseParams &record) noexcept {
     const FrameGeometry &g = record.geometry;
@@ -34,8 +36,8 @@ void TransformFrames(SingleChannelAdaptiveNoiseParams &record) noexcept {
                                          record.magnitude.data(), record.spectrumReal.data(),
                                          record.spectrumImag.data()},
                                         1.0 / (record.geometry.fftSize * 0.25), half);
-    record.kernels->LevelsDb(record.magnitude.data(), quietfloor::levelOffsetDb, record.levelSpectrum.data(),
-                             half);
+    record.kernels->LevelsDb(record.magnitude.data(), quietfloor::tuning::levelOffsetDb,
+                             record.levelSpectrum.data(), half);
     record.levelSpectrum.front() = record.levelSpectrum.back() = endLevelDb;
 }
 
@@ -69,15 +71,15 @@ void SingleChannelAdaptiveNoise::WindowData(const Record *record, const float *s
 
 // The gains are for the spectrum of `historyCount` frames ago, in the first frame for its own.
 void SingleChannelAdaptiveNoise::EstimateGains(Record *record) {
-    const auto count = static_cast<std::size_t>(record->historyCount);
+    const unsigned count = record->historyCount;
     if (record->frameCount == 0)
         std::fill_n(record->historySpectra.begin(), count, record->magnitude);
-    Record::Row<double> &past =
-        count != 0 ? record->historySpectra[record->frameCount % count] : record->magnitude;
+    Record::Row<double> *past =
+        count != 0 ? &record->historySpectra[record->frameCount % count] : &record->magnitude;
     if (record->noiseRemover)
         record->noiseRemover->ProcessFrame(record->magnitude.data(), record->levelSpectrum.data(),
-                                           record->gain.data(), past.data());
-    past = record->magnitude;
+                                           record->gain.data(), past->data());
+    *past = record->magnitude;
     if (record->geometry.filterMode)
         ComputeXfms(record, record->gain.data());
     ++record->frameCount;

@@ -1,8 +1,10 @@
+// SPDX-License-Identifier: MIT
+/// @file
 /// The name of a white noise source, kept for hosts that link against it.
 #ifndef QUIETFLOOR_DSP_WHITENOISE_H
 #define QUIETFLOOR_DSP_WHITENOISE_H
 
-#include "lib/Export.h"
+#include "../base/Export.h"
 
 namespace dsp {
 

@@ -1,5 +1,6 @@
+/* SPDX-License-Identifier: MIT */
 /* The same from C: hiss goes in block by block, and comes out lower once its floor has been learnt. */
-#include "lib/quietfloor.h"
+#include <quietfloor/quietfloor.h>
 
 #include <math.h>
 #include <stdio.h>

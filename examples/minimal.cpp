@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Hiss goes in block by block, and comes out lower once its floor has been learnt.
 #include "dsp/SingleChannelAdaptiveNoise.h"
 

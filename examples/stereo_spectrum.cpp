@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Two channels through one transform: packed, separated, changed, combined, and back.
 #include "fft/FFT.h"
 

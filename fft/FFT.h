@@ -1,28 +1,41 @@
+// SPDX-License-Identifier: MIT
+/// @file
 /// Split-complex FFT routines and the packing of two real channels into one complex spectrum.
 ///
-/// Data      A complex sequence lies in two arrays of equal length, real and imaginary parts. A
-///           spectrum of n bins is two-sided: bin 0 is DC, bin n/2 Nyquist, bin n-k the mirror of
-///           bin k (its conjugate if the signal is real). No alignment is required.
-/// Scaling   Nothing scales. Forward is X[k] = sum x[i] e^(-2 pi i k / n), inverse has the positive
-///           exponent, so that inverse(forward(x)) = n x: divide by n where unity gain is wanted.
-/// Direction The routines differ: `LFFTF`, `LFFTD` and `LFFTSD` run the inverse for -1 only, and
-///           forward for all else, 0 included; `LFFT2CF` runs forward above 0, and the inverse for 0
-///           and below.
-/// Failure   Nothing is reported. Working data of the wrong precision, or whose transform could not
-///           be built, makes a routine do nothing: not a byte is written.
-/// Threads   One working-data object serves one call at a time, since its work buffer is shared.
-///           Different objects share nothing.
-/// Memory    Only the factories and `LFFT2CF` allocate (and throw std::bad_alloc).
+/// @par Data
+/// A complex sequence lies in two arrays of equal length, real and imaginary parts. A spectrum of n bins is
+/// two-sided: bin 0 is DC, bin n/2 Nyquist, bin n-k the mirror of bin k (its conjugate if the signal is
+/// real). No alignment is required.
+///
+/// @par Scaling
+/// Nothing scales. Forward is X[k] = sum x[i] e^(-2 pi i k / n), inverse has the positive exponent, so that
+/// inverse(forward(x)) = n x: divide by n where unity gain is wanted.
+///
+/// @par Direction
+/// The routines differ. `LFFTF`, `LFFTD` and `LFFTSD` run the inverse for -1 only, and forward for all else,
+/// 0 included. `LFFT2CF` runs forward above 0, and the inverse for 0 and below.
+///
+/// @par Failure
+/// Nothing is reported. Working data of the wrong precision, or whose transform could not be built, makes a
+/// routine do nothing: not a byte is written.
+///
+/// @par Threads
+/// One working-data object serves one call at a time, since its work buffer is shared. Different objects
+/// share nothing.
+///
+/// @par Memory
+/// The factories, the constructor of FFTWORKINGDATA_D and `LFFT2CF` allocate and throw std::bad_alloc; the
+/// destructors free. Nothing else allocates.
 #ifndef QUIETFLOOR_FFT_FFT_H
 #define QUIETFLOOR_FFT_FFT_H
 
-// <new> brings classes that come before ours: mingw takes the export of a file's first polymorphic
-// class for one of the type information of all.
+// mingw GCC exports the type information of every class if the first polymorphic class of the file is
+// exported; <new> supplies an earlier one.
 #include <cstdint>
 #include <new>
 #include <type_traits>
 
-#include "lib/Export.h"
+#include "../base/Export.h"
 
 namespace quietfloor {
 
@@ -30,7 +43,7 @@ class IppsFFTSpec_32f;
 class IppsFFTSpec_64f;
 
 /// The 32-bit integer of the transform routines: `long` where that has 32 bits.
-using Int32 = std::conditional_t<sizeof(long) == 4, long, std::int32_t>;
+using Int32 = std::conditional<sizeof(long) == 4, long, std::int32_t>::type;
 
 } // namespace quietfloor
 
@@ -71,23 +84,26 @@ QUIETFLOOR_API FFTWORKINGDATA_F *CreateFFTWORKINGDATA_F();
 /// it. Throws std::bad_alloc.
 QUIETFLOOR_API FFTWORKINGDATA_D *CreateFFTWORKINGDATA_D(std::int32_t requestedSize);
 
-/// Transforms `re` and `im` in place; inverse for `dir` -1, else forward. Takes an
-/// FFTWORKINGDATA_F, whose length is the length of the arrays; `n` is not looked at.
+/// Transforms in place, in single precision.
+/// @param re,im real and imaginary parts, as many as the working data has points
+/// @param n   not looked at
+/// @param dir -1: inverse, all else: forward
+/// @param wd  an FFTWORKINGDATA_F
 QUIETFLOOR_API void LFFTF(float *re, float *im, quietfloor::Int32 n, quietfloor::Int32 dir,
                           FFTWORKINGDATA &wd);
 
-/// As `LFFTF` in double precision, with an FFTWORKINGDATA_D.
+/// Same as `LFFTF` in double precision, with an FFTWORKINGDATA_D.
 QUIETFLOOR_API void LFFTD(double *re, double *im, quietfloor::Int32 n, quietfloor::Int32 dir,
                           FFTWORKINGDATA &wd);
 
-/// As `LFFTD` from source to destination. The source stays as it is, unless it is the destination;
-/// other overlap is not allowed.
+/// Same as `LFFTD` from source to destination. The source stays as it is, unless it is the destination; no
+/// other overlap is allowed.
 QUIETFLOOR_API void LFFTSD(double *srcRe, double *srcIm, double *dstRe, double *dstIm, quietfloor::Int32 n,
                            quietfloor::Int32 dir, FFTWORKINGDATA &wd);
 
 /// Two real channels x and y through one complex transform, with an FFTWORKINGDATA_F whose length is
-/// `n`; with any other `n` nothing is done. Every array has n values. Results are kept apart while
-/// they are made, so that outputs may be the inputs.
+/// `n`; with any other `n` nothing is done. Every array has n values. Outputs may be
+/// the inputs.
 ///
 /// `dir` > 0   reads x and y, writes their spectra in full, all n bins; the imaginary parts at bins 0
 ///             and n/2 are 0.
@@ -112,7 +128,7 @@ QUIETFLOOR_API void SplitComplexSpectrumToLR(double *zRe, double *zIm, int chann
 
 /// Makes Z = L + i R, all n bins, from bins 0 to n/2 of two spectra of real signals: the inverse
 /// transform of Z is n left + i n right. Upper halves and the imaginary parts at bins 0 and n/2 are
-/// never read. Otherwise as the split.
+/// never read. Otherwise the same as the split.
 QUIETFLOOR_API void CombineLRSpectrumToComplex(int channel, float **channelRe, float **channelIm, float *zRe,
                                                float *zIm, int n);
 
@@ -136,11 +152,11 @@ namespace dsp {
 /// A name kept for hosts that link against it: nothing in the library makes or reads such a record, and
 /// it owns nothing.
 QUIETFLOOR_FFT_RECORD(IppFFT);
-/// As IppFFT.
+/// Same as IppFFT.
 QUIETFLOOR_FFT_RECORD(IppFFT32);
-/// As IppFFT.
+/// Same as IppFFT.
 QUIETFLOOR_FFT_RECORD(IppFFT32fReal);
-/// As IppFFT.
+/// Same as IppFFT.
 QUIETFLOOR_FFT_RECORD(IppFFT64fReal);
 #undef QUIETFLOOR_FFT_RECORD
 

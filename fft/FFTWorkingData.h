@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The spec objects behind FFTWORKINGDATA: each owns one engine spec and the work buffer that goes
 /// with it, for one unscaled transform length.
 #ifndef QUIETFLOOR_FFT_FFTWORKINGDATA_H
@@ -25,7 +26,7 @@ public:
 };
 
 /// A transform in double precision of the smallest power of two, at least 2, that is not below
-/// `requestedSize`; above 2^27 the engine makes none. Otherwise as IppsFFTSpec_32f.
+/// `requestedSize`; above 2^27 the engine makes none. Otherwise the same as IppsFFTSpec_32f.
 class IppsFFTSpec_64f {
 public:
     explicit IppsFFTSpec_64f(std::int32_t requestedSize);

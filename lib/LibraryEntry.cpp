@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the system calls when it loads or unloads the library; only Windows asks for one.
 #if defined(_WIN32) && defined(QUIETFLOOR_BUILDING) // a static library leaves this to its user
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The C interface: the object behind a handle, and every exception turned into a status.
 #include "lib/quietfloor.h"
 

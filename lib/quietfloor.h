@@ -1,24 +1,35 @@
+// SPDX-License-Identifier: MIT
+/// @file
 /// The library from C, and from every language that calls C: one channel of audio, block by block.
 ///
-/// Handle    `quietfloor_reducer` is opaque. Create one per channel; it is ready at once, at 44100 Hz
-///           with an FFT size of 512. For another rate call `quietfloor_set_sample_rate` and then
-///           `quietfloor_resume`. A null handle is tolerated everywhere.
-/// Errors    Nothing is thrown across this interface. What can fail returns a status, or a null handle.
-///           Two things can: an argument that makes no sense, which changes nothing, and memory, which
-///           leaves a handle usable: it keeps its parameters and tries again at the next call.
-/// Threads   One handle is used by one thread at a time. Different handles share no state of ours; only
-///           a rebuild draws on the C library's `rand()`, which is one for the process. What takes no
-///           handle may be called at any time from any thread.
-/// Memory    [builds] marks the calls that allocate; the rest never do, nor do they lock or call the
-///           system. `quietfloor_process` is among the rest unless a rebuild is pending: after the FFT
-///           size was changed, the filter mode was set, or the sample rate was set, until
-///           `quietfloor_resume` was called off the audio thread. Strings belong to the library and last
-///           as long as it is loaded; all are UTF-8.
-/// Binary    The platform's C calling convention; `int` has 32 bits, and enumerations have its size.
+/// @par Handle
+/// `quietfloor_reducer` is opaque. Create one per channel; it is ready at once, at 44100 Hz with an FFT size
+/// of 512. For another rate call `quietfloor_set_sample_rate` and then `quietfloor_resume`. A null handle is
+/// tolerated everywhere.
+///
+/// @par Errors
+/// Nothing is thrown across this interface. What can fail returns a status or a null handle. Two things fail:
+/// an argument that makes no sense changes nothing; if memory runs out, the handle keeps its parameters and
+/// tries again at the next call.
+///
+/// @par Threads
+/// One handle is used by one thread at a time. Different handles share no state of ours. A rebuild fills the
+/// dither from the C library's `rand()`, whose state belongs to the whole process. Functions that take no
+/// handle may be called at any time from any thread.
+///
+/// @par Memory
+/// [builds] marks the calls that allocate. `quietfloor_destroy` and `quietfloor_set_sample_rate` free. No
+/// other call allocates, frees, locks or calls the system, `quietfloor_process` included unless a rebuild is
+/// pending. One is pending after the FFT size was changed, the filter mode was set or the sample rate was
+/// set, until `quietfloor_resume` is called off the audio thread. Strings belong to the library and last as
+/// long as it is loaded; all are UTF-8.
+///
+/// @par Binary interface
+/// The platform's C calling convention; `int` has 32 bits, and enumerations have its size.
 #ifndef QUIETFLOOR_LIB_QUIETFLOOR_H
 #define QUIETFLOOR_LIB_QUIETFLOOR_H
 
-#include "lib/Export.h"
+#include "../base/Export.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -31,22 +42,46 @@ typedef enum quietfloor_status {
     QUIETFLOOR_BAD_ARGUMENT = 2   ///< a null handle or array, an index or a rate outside its range
 } quietfloor_status;
 
-/// The parameters that do something, by index; 0 to `quietfloor_parameter_count() - 1` are valid.
-/// Values are stored as given, outside the bounds too. They are heard from the next frame on, but for
-/// those marked "rebuilds" (at the next process or resume, which forgets all sound and all learnt
-/// noise) and "waits" (with the next rebuild, for which it does not ask).
+/// The parameters that do something, by index; 0 to `quietfloor_parameter_count() - 1` are valid. Values are
+/// stored as given, even outside the bounds. "At once" means from the next frame on. "Rebuild" means at the
+/// next process or resume, which forgets all sound and all learnt noise. "Waits" means at the next rebuild,
+/// without causing one.
 typedef enum quietfloor_parameter {
-    QUIETFLOOR_REDUCTION = 0,    ///< dB, 0 to 40: most that noise is turned down
-    QUIETFLOOR_OFFSET = 1,       ///< dB, -10 to 10: shift of the detection threshold
-    QUIETFLOOR_SENSITIVITY = 2,  ///< -20 to 20: how uneven noise may be
-    QUIETFLOOR_STRENGTH = 4,     ///< percent, 0 to 100: strength of the whole reduction
-    QUIETFLOOR_BANDWIDTH = 6,    ///< Hz, 0 to 500: width of the local comparison; 0 turns it off
-    QUIETFLOOR_FFT_SIZE = 7,     ///< samples, snaps to a power of two from 64 to 16384; rebuilds
-    QUIETFLOOR_OVERLAP = 8,      ///< only read back: frames per FFT size
-    QUIETFLOOR_KNEE = 9,         ///< dB, 1 to 20: width of the gain knee; waits
-    QUIETFLOOR_RELEASE = 10,     ///< ms, 20 to 750: fall time of the level smoothing
-    QUIETFLOOR_FILTER_MODE = 11, ///< 1: linear-phase filter, 0: a gain per bin; rebuilds
-    QUIETFLOOR_ACTIVE = 13       ///< only read back: 1 after resume, 0 after suspend
+    // generated: c-parameters
+    /// Most that noise is turned down.
+    /// (dB, 0 to 40, default 20; at once)
+    QUIETFLOOR_REDUCTION = 0,
+    /// Shift of the threshold below which sound counts as noise.
+    /// (dB, -10 to 10, default 2; at once)
+    QUIETFLOOR_OFFSET = 1,
+    /// How uneven a sound may be and still be learnt as noise.
+    /// (-20 to 20, default 2.5; at once)
+    QUIETFLOOR_SENSITIVITY = 2,
+    /// Strength of the whole reduction.
+    /// (%, 0 to 100, default 30; at once)
+    QUIETFLOOR_STRENGTH = 4,
+    /// Width of the local comparison with the noise floor; 0 turns it off.
+    /// (Hz, 0 to 500, default 100; at once)
+    QUIETFLOOR_BANDWIDTH = 6,
+    /// FFT size; the nearest power of two is taken.
+    /// (samples, 127.5 to 16384.5, default 512; rebuild)
+    QUIETFLOOR_FFT_SIZE = 7,
+    /// Read back: frames per FFT size.
+    /// (1.5 to 8.5)
+    QUIETFLOOR_OVERLAP = 8,
+    /// Width of the knee between kept and reduced.
+    /// (dB, 1 to 20, default 14; waits)
+    QUIETFLOOR_KNEE = 9,
+    /// Fall time of the level smoothing.
+    /// (ms, 20 to 750, default 140; at once)
+    QUIETFLOOR_RELEASE = 10,
+    /// 1: reduce by a linear-phase filter, 0: by a gain per bin.
+    /// (-0.5 to 1.49, default 0; rebuild)
+    QUIETFLOOR_FILTER_MODE = 11,
+    /// Read back: 1 after resume, 0 after suspend.
+    /// (-0.5 to 1.49)
+    QUIETFLOOR_ACTIVE = 13,
+    // end
 } quietfloor_parameter;
 
 /// One channel's noise reducer.
@@ -59,21 +94,24 @@ QUIETFLOOR_API quietfloor_reducer *quietfloor_create(void);
 /// bit as the original would. Null for null, and if memory runs out.
 QUIETFLOOR_API quietfloor_reducer *quietfloor_copy(const quietfloor_reducer *reducer);
 
-/// Frees the reducer, to which no call may come any more.
+/// Frees the reducer; do not use the handle afterwards. Null is tolerated.
 QUIETFLOOR_API void quietfloor_destroy(quietfloor_reducer *reducer);
 
-/// Reads `count` samples from `in` and writes as many to `out`, `quietfloor_latency` samples late. `out`
-/// may be `in` itself but must not overlap it otherwise. Any count goes, and how the stream is cut into
-/// blocks changes no bit of the output; for 0 and below only pending work is done. Full scale is +-1,
-/// but nothing depends on it; a NaN or infinite sample is taken as 0. A null array is a bad argument
-/// unless `count` is 0 or below. Short of memory, which happens in a pending rebuild alone, nothing is
-/// written to `out`.
+/// Takes the next block of the stream; what comes out is `quietfloor_latency` samples late. How the stream is
+/// cut into blocks does not change a single bit of the output. Full scale is +-1; nothing is tracked until
+/// the mean level of the bins has once exceeded -110 dB. A NaN or infinite sample is taken as 0. If memory
+/// runs out, which happens only in a pending rebuild, nothing is written.
+/// @param reducer the channel
+/// @param in    `count` samples
+/// @param out   `count` samples; may be `in` itself but must not overlap it otherwise
+/// @param count may have any value; for 0 and below only a pending rebuild is done. Above 0 a null array is a
+///              bad argument.
 QUIETFLOOR_API quietfloor_status quietfloor_process(quietfloor_reducer *reducer, const float *in, float *out,
                                                     int count);
 
 /// In samples; 0 for null, and between a new sample rate (or a failed rebuild) and the next resume or
-/// process. Another FFT size counts from the rebuild on; between setting another filter mode and the
-/// rebuild the value is of no use.
+/// process. Another FFT size counts from the rebuild on. Between setting another filter mode and the
+/// rebuild the value belongs to neither mode: read it after the rebuild.
 QUIETFLOOR_API int quietfloor_latency(const quietfloor_reducer *reducer);
 
 /// In Hz; below 1 is a bad argument. Forgets all sound and all learnt noise and frees the working
@@ -91,9 +129,9 @@ QUIETFLOOR_API void quietfloor_suspend(quietfloor_reducer *reducer);
 /// learnt noise. `QUIETFLOOR_ACTIVE` then reads 1.
 QUIETFLOOR_API quietfloor_status quietfloor_resume(quietfloor_reducer *reducer);
 
-/// Stores a value and puts it into effect as the list of parameters says. A NaN or an infinity is
-/// stored, but processing goes on with the last finite value; an FFT size that no size is near is
-/// ignored. An index out of range is a bad argument.
+/// Stores a value; when it takes effect stands at the parameter. A NaN or an infinity is stored, but
+/// processing goes on with the last finite value. An FFT size snaps to the nearest power of two from 64 to
+/// 16384; a value that no size is near is ignored. An index out of range is a bad argument.
 QUIETFLOOR_API quietfloor_status quietfloor_set_parameter(quietfloor_reducer *reducer, int index,
                                                           float value);
 
@@ -107,7 +145,7 @@ QUIETFLOOR_API int quietfloor_parameter_count(void);
 /// is a bad argument and writes nothing.
 QUIETFLOOR_API quietfloor_status quietfloor_parameter_bounds(int index, float *lower, float *upper);
 
-/// What a reducer starts with (it sets what is only read back itself); 0 for an index out of range.
+/// What a reducer starts with, but for what is only read back; 0 for an index out of range.
 QUIETFLOOR_API float quietfloor_parameter_default(int index);
 
 /// 1 if setting it does something; 0 if not, and for an index out of range.

@@ -1,25 +1,26 @@
+// SPDX-License-Identifier: MIT
 #include "noise/ModulationAnalysis.h"
 
 #include <cmath>
 
+#include "noise/Tuning.h"
+
 namespace quietfloor {
 namespace {
 
-constexpr int ringRows = 64;
-constexpr int profileRows = 32;
-constexpr int historyRows = 12;
-constexpr int analysisPeriod = 8; // frames
+using namespace tuning;
+
 constexpr double twoPi = 6.283185307179586;
 
 } // namespace
 
 ModulationAnalyzer::ModulationAnalyzer() {
-    for (int n = 0; n < ringRows; ++n) {
-        const double phase = twoPi * n / (ringRows - 1);
+    for (int n = 0; n < ringLength; ++n) {
+        const double phase = twoPi * n / (ringLength - 1);
         Tables.window[n] =
             static_cast<float>(0.35875 - 0.48829 * std::cos(phase) + 0.14128 * std::cos(2.0 * phase) -
                                0.01168 * std::cos(3.0 * phase));
-        const double angle = twoPi * n / ringRows;
+        const double angle = twoPi * n / ringLength;
         Tables.cosine[n] = static_cast<float>(std::cos(angle));
         Tables.sine[n] = static_cast<float>(std::sin(angle));
         Tables.windowCosine[n] = static_cast<float>(Tables.window[n] * std::cos(angle));
@@ -27,27 +28,26 @@ ModulationAnalyzer::ModulationAnalyzer() {
     }
 }
 
-BinAnalysis::BinAnalysis(int bins, const FftEngine::PerBinKernels &kernels)
+BinAnalysis::BinAnalysis(int bins, const NoiseKernels &kernels)
     : Bins(bins), Stride(RowStride(bins)), Kernels(&kernels) {
-    const auto stride = static_cast<std::size_t>(Stride);
-    for (FftEngine::Row<float> *row : {&Score, &Activity})
-        row->assign(stride, 0.0f);
-    FilterState.assign(stride, 0.0);
-    LevelRing.assign(ringRows * stride, 0.0f);
-    ResidualRing.assign(ringRows * stride, 0.0f);
-    ModulationProfile.assign(profileRows * stride, 0.0f);
-    LevelHistory.assign(historyRows * stride, 0.0f);
-    SlowLevel.assign(2 * stride, 0.0f);
-    SlowMagnitude.assign(2 * stride, 0.0f);
-    Magnitude.assign(profileRows * stride, 0.0f);
+    for (Row<float> *row : {&Score, &Activity})
+        row->assign(Stride, 0.0f);
+    FilterState.assign(Stride, 0.0);
+    LevelRing.assign(ringLength * Stride, 0.0f);
+    ResidualRing.assign(ringLength * Stride, 0.0f);
+    ModulationProfile.assign(profileLength * Stride, 0.0f);
+    LevelHistory.assign(historyLength * Stride, 0.0f);
+    SlowLevel.assign(2 * Stride, 0.0f);
+    SlowMagnitude.assign(2 * Stride, 0.0f);
+    Magnitude.assign(profileLength * Stride, 0.0f);
 }
 
 bool BinAnalysis::Analyze(const double *magnitude) noexcept {
-    const std::ptrdiff_t ringOffset = static_cast<std::ptrdiff_t>(RingPos) * Stride;
+    const int ringOffset = RingPos * Stride;
     Kernels->FeedModulation(magnitude, !Started, FilterState.data(), LevelRing.data() + ringOffset,
                             ResidualRing.data() + ringOffset, Bins);
     Started = true;
-    RingPos = (RingPos + 1) % ringRows;
+    RingPos = (RingPos + 1) % ringLength;
     Decimation = (Decimation + 1) % analysisPeriod;
     if (Decimation != 0)
         return false;
@@ -57,8 +57,8 @@ bool BinAnalysis::Analyze(const double *magnitude) noexcept {
         RingPos, Stride, Bins);
     Kernels->ScoreModulation({SlowMagnitude.data(), Magnitude.data(), SlowLevel.data(), LevelHistory.data(),
                               ModulationProfile.data(), Activity.data(), Score.data()},
-                             {HistoryPos, ActivityRef}, Stride, Bins);
-    HistoryPos = (HistoryPos + 1) % historyRows;
+                             HistoryPos, Stride, Bins);
+    HistoryPos = (HistoryPos + 1) % historyLength;
     Score[0] = Activity[0] = 0.0f;
     return true;
 }

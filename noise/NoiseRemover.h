@@ -1,19 +1,16 @@
+// SPDX-License-Identifier: MIT
 /// Level spectra in, gain curve out: what is noise in one channel, and how much of it stays.
 #ifndef QUIETFLOOR_NOISE_NOISEREMOVER_H
 #define QUIETFLOOR_NOISE_NOISEREMOVER_H
 
-#include <cstddef>
 #include <optional>
 
-#include "fft/engine/AlignedRow.h"
-#include "fft/engine/PerBinKernels.h"
 #include "noise/NoiseRemoverSettings.h"
 #include "noise/NoiseTracker.h"
+#include "noise/kernels/NoiseKernels.h"
+#include "simd/AlignedRow.h"
 
 namespace quietfloor {
-
-/// Level spectra are 20 log10(magnitude) plus this, in dB.
-inline constexpr double levelOffsetDb = 4.6;
 
 /// The noise engine of one channel. H is half the FFT size, P the frame advance in samples.
 ///
@@ -27,7 +24,7 @@ public:
     CNoiseRemover &operator=(const CNoiseRemover &) = default;
     virtual ~CNoiseRemover() = default;
 
-    /// Takes settings as given (finite) and derives from them; between frames it takes effect at once.
+    /// Takes finite settings and derives from them. Between frames this takes effect at once.
     /// Never allocates.
     void SetSettings(const NoiseRemoverSettings &given) noexcept;
 
@@ -44,15 +41,15 @@ public:
     void ProcessFrame(const double *mag, const double *db, double *gainOut, const double *refMag) noexcept;
 
     // State that can be watched.
-    NoiseRemoverSettings Settings;           // derived
-    bool Tracking = false;                   // a frame above -110 dB has come; gains are computed
-    double SamplePosition = 0.0;             // samples since the reset
-    double BoostDb = 0.0;                    // transient boost that is left, 0 when inactive
-    FftEngine::Row<double> Reference;        // smoothed linear magnitude per bin
-    FftEngine::Row<double> Floor;            // noise floor per bin, linear, spread over neighbours
-    FftEngine::Row<double> Gain;             // smoothed gain per bin, before the output curve
-    FftEngine::Row<double> SquaredDeviation; // of the local excess over the floor, mean square, 0 .. 1
-    FftEngine::Row<double> Hold;             // smoothing of falling gains per bin
+    DerivedSettings Settings;
+    bool Tracking = false;        // a frame above -110 dB has come; gains are computed
+    double SamplePosition = 0.0;  // samples since the reset
+    double BoostDb = 0.0;         // transient boost that is left, 0 when inactive
+    Row<double> Reference;        // smoothed linear magnitude per bin
+    Row<double> Floor;            // noise floor per bin, linear, spread over neighbours
+    Row<double> Gain;             // smoothed gain per bin, before the output curve
+    Row<double> SquaredDeviation; // of the local excess over the floor, mean square, 0 .. 1
+    Row<double> Hold;             // smoothing of falling gains per bin
     std::optional<CNoiseTracker> Tracker;
 
 private:
@@ -64,7 +61,7 @@ private:
     double FollowTracker(const double *mag, const double *db) noexcept;
     void FollowReference(const double *refMag, double boostFactor) noexcept;
     void MeasureDeviation(const double *mag) noexcept;
-    void AverageExcess(std::size_t window) noexcept;
+    void AverageExcess(int window) noexcept;
     void SmoothGains() noexcept;
     void ShapeOutput(double *gainOut) const noexcept;
     void RebuildFloor() noexcept;
@@ -74,7 +71,7 @@ private:
     int FFTSize;
     int HopSize;
     int SampleRate;
-    const FftEngine::PerBinKernels *Kernels;
+    const NoiseKernels *Kernels;
     NoiseRemoverSettings Given;
 
     // Derived from the settings.
@@ -84,16 +81,16 @@ private:
     double ExcessBase = 0.0;               // magnitude over floor from which the deviation counts
     double FallCoef = 0.0, RiseCoef = 0.0; // weight of the old reference
     int BandCount = 0;                     // deviation windows in the spectrum; 0: no deviation
-    FftEngine::OutputCurve Curve{};        // from smoothed gains to those handed out
+    OutputCurve Curve{};                   // from smoothed gains to those handed out
 
     bool Initialized = false; // Reset has run
     bool FirstFrame = true;   // no frame has been processed with Tracking set since the reset
     bool FloorValid = false;  // Floor was rebuilt at the end of the previous frame
 
     // Scratch of one frame.
-    FftEngine::Row<double> Excess;     // squared excess of the level per bin, dB^2
-    FftEngine::Row<double> FloorGains; // gain of a bin that is at the floor
-    FftEngine::Row<double> NextHold;   // Hold of the bins whose gain falls
+    Row<double> Excess;     // squared excess of the level per bin, dB^2
+    Row<double> FloorGains; // gain of a bin that is at the floor
+    Row<double> NextHold;   // Hold of the bins whose gain falls
 };
 
 } // namespace quietfloor

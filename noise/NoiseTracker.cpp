@@ -1,32 +1,29 @@
+// SPDX-License-Identifier: MIT
 #include "noise/NoiseTracker.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 
+#include "noise/Tuning.h"
+
 namespace quietfloor {
 namespace {
 
-constexpr double minRise = 0.98; // weight of the old minimum while the level is above it
-constexpr double minFall = 0.8;  // and while it is below
-constexpr double signalCountFactor = 0.2;
-constexpr double settledState = 1.0 / (0.06628679254662644 + 0.03621344803260061); // low-pass at rest at 1
-constexpr int firstShare = 8; // the entry before bin 0 belongs to the row, and bin 0 starts a cache line
+using namespace tuning;
 
-constexpr double silentLevelDb = -150.0;
-constexpr double audibleFloor = 3.1622776601683795e-05; // 10^-4.5
-constexpr double absentFloor = 1e-6;
-constexpr int patience = 3; // updates without a floor before the noise counts as lost
+constexpr double settledState = 1.0 / (lowPassB0 + lowPassB1); // low-pass at rest at 1
+constexpr int firstShare = 8; // the entry before bin 0 belongs to the row, and bin 0 starts a cache line
 
 } // namespace
 
-CNoiseTracker::CNoiseTracker(int bins, const FftEngine::PerBinKernels &kernels)
+CNoiseTracker::CNoiseTracker(int bins, const NoiseKernels &kernels)
     : Bins(bins), Kernels(&kernels), Records(bins, kernels) {
-    const std::size_t count = FftEngine::WholeVectors(bins);
-    for (FftEngine::Row<double> *row : {&NoiseFloor, &BinScore, &BinActivity, &LevelState, &MinLevelDb,
-                                        &Evidence, &SignalCount, &LastUpdatePos, &SmoothedDb, &IsUpdated})
+    const int count = WholeVectors(bins);
+    for (Row<double> *row : {&NoiseFloor, &BinScore, &BinActivity, &LevelState, &MinLevelDb, &Evidence,
+                             &SignalCount, &LastUpdatePos, &SmoothedDb, &IsUpdated})
         row->assign(count, 0.0);
-    PrevDb.assign(count, -145.0);
+    PrevDb.assign(count, startLevelDb);
     FloorDb.assign(count, -std::numeric_limits<double>::infinity());
     SignalShare.assign(count + 2 * firstShare, 0.0);
     NoiseShare.assign(count + 2 * firstShare, 0.0);
@@ -35,7 +32,7 @@ CNoiseTracker::CNoiseTracker(int bins, const FftEngine::PerBinKernels &kernels)
 void CNoiseTracker::SetSettings(const NoiseTrackerSettings &settings) noexcept { Settings = settings; }
 
 void CNoiseTracker::ApplyDecisionLevel() noexcept {
-    BinLevel = Settings.Sensitivity / 150.0;
+    BinLevel = Settings.DecisionLevel / decisionScale;
     ShareEvidence();
 }
 
@@ -52,10 +49,10 @@ void CNoiseTracker::StartLevels(const double *db) noexcept {
     std::fill(Evidence.begin(), Evidence.end(), 0.0);
     std::fill(SignalCount.begin(), SignalCount.end(), 0.0);
     SilentFrames = 0;
-    for (std::size_t k = 0; k < static_cast<std::size_t>(Bins); ++k) {
-        const double level = std::clamp(db[k], FftEngine::lowestLevelDb, FftEngine::highestLevelDb);
+    for (int k = 0; k < Bins; ++k) {
+        const double level = std::clamp(db[k], lowestLevelDb, highestLevelDb);
         LevelState[k] = level * settledState;
-        MinLevelDb[k] = level - 4.0;
+        MinLevelDb[k] = level - minStartDb;
     }
 }
 
@@ -66,44 +63,44 @@ void CNoiseTracker::Update(double position, const double *mag, const double *db)
     if (Records.Analyze(mag))
         ShareEvidence();
 
-    const FftEngine::LevelRows rows{db,
-                                    Records.Activity.data(),
-                                    PrevDb.data(),
-                                    LevelState.data(),
-                                    MinLevelDb.data(),
-                                    BinActivity.data(),
-                                    SmoothedDb.data()};
-    const double flux = Kernels->FollowLevel(rows, {minRise, minFall}, Bins);
-    DeviationScore = std::sqrt(flux / (Bins - 1)) - 3.5;
-    const FftEngine::FloorChange change = MoveFloors();
+    const LevelRows rows{db,
+                         Records.Activity.data(),
+                         PrevDb.data(),
+                         LevelState.data(),
+                         MinLevelDb.data(),
+                         BinActivity.data(),
+                         SmoothedDb.data()};
+    const double flux = Kernels->FollowLevel(rows, Bins);
+    DeviationScore = std::sqrt(flux / (Bins - 1)) - fluxOffsetDb;
+    const FloorChange change = MoveFloors();
     FloorMoved = FirstUpdate || change.hasMoved;
     FirstUpdate = false;
     if (change.wasUpdated)
         MeasureMeanLevel();
 }
 
-FftEngine::FloorChange CNoiseTracker::MoveFloors() noexcept {
-    const FftEngine::EvidenceRows rows{Records.Score.data(),
-                                       SmoothedDb.data(),
-                                       MinLevelDb.data(),
-                                       SignalShare.data() + firstShare,
-                                       NoiseShare.data() + firstShare,
-                                       Evidence.data(),
-                                       SignalCount.data(),
-                                       LastUpdatePos.data(),
-                                       NoiseFloor.data(),
-                                       FloorDb.data(),
-                                       BinScore.data(),
-                                       IsUpdated.data()};
+FloorChange CNoiseTracker::MoveFloors() noexcept {
+    const EvidenceRows rows{Records.Score.data(),
+                            SmoothedDb.data(),
+                            MinLevelDb.data(),
+                            SignalShare.data() + firstShare,
+                            NoiseShare.data() + firstShare,
+                            Evidence.data(),
+                            SignalCount.data(),
+                            LastUpdatePos.data(),
+                            NoiseFloor.data(),
+                            FloorDb.data(),
+                            BinScore.data(),
+                            IsUpdated.data()};
     const double target = Settings.EvidenceTarget;
-    const FftEngine::EvidenceStep step{BinLevel,
-                                       target,
-                                       std::trunc(target * signalCountFactor + 0.5),
-                                       Settings.TrackerThreshold,
-                                       Settings.TrackerRate,
-                                       Position,
-                                       static_cast<double>(Settings.SampleRate),
-                                       FirstUpdate};
+    const EvidenceStep step{BinLevel,
+                            target,
+                            std::trunc(target * signalCountFactor + 0.5),
+                            Settings.TrackerThreshold,
+                            Settings.TrackerRate,
+                            Position,
+                            static_cast<double>(Settings.SampleRate),
+                            FirstUpdate};
     return Kernels->MoveFloors(rows, step, Bins);
 }
 
@@ -111,8 +108,7 @@ FftEngine::FloorChange CNoiseTracker::MoveFloors() noexcept {
 // keeps the noise remover going, and after more than three updates without a floor in nearly all bins
 // -150, which stops it; the first audible floor after that starts the tracker over.
 void CNoiseTracker::MeasureMeanLevel() noexcept {
-    FftEngine::FloorCensus census =
-        Kernels->CountFloors(NoiseFloor.data(), FloorDb.data(), audibleFloor, absentFloor, Bins);
+    FloorCensus census = Kernels->CountFloors(NoiseFloor.data(), FloorDb.data(), Bins);
     --census.absent; // bin 0, which has none
     if (census.audible > 0) {
         SilentFrames = 0;

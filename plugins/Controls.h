@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Which parameters the plug-ins show to people, and how.
 #ifndef QUIETFLOOR_PLUGINS_CONTROLS_H
 #define QUIETFLOOR_PLUGINS_CONTROLS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Cross-fades, and the delay that keeps an unprocessed signal in time with a processed one.
 #ifndef QUIETFLOOR_PLUGINS_FADE_H
 #define QUIETFLOOR_PLUGINS_FADE_H

@@ -1,11 +1,10 @@
-/// The noise reducers of all channels, with the same settings.
+// SPDX-License-Identifier: MIT
+/// The channels' noise reducers as the plug-ins change them while the sound runs.
 #ifndef QUIETFLOOR_PLUGINS_REDUCERGROUP_H
 #define QUIETFLOOR_PLUGINS_REDUCERGROUP_H
 
-#include <vector>
-
+#include "dsp/ChannelGroup.h"
 #include "dsp/Parameters.h"
-#include "dsp/SingleChannelAdaptiveNoise.h"
 
 namespace quietfloor {
 
@@ -16,11 +15,11 @@ bool TakesRebuild(int parameter) noexcept;
 /// `Process` here ever rebuilds.
 class ReducerGroup {
 public:
-    /// As a new stream: no sound, no learnt noise. Allocates; throws std::bad_alloc.
-    ReducerGroup(int channels, int sampleRate, const ParameterValues &values);
+    /// Begins a new stream: no sound, no learnt noise. Allocates; throws std::bad_alloc.
+    ReducerGroup(int channelCount, int sampleRate, const ParameterValues &values);
 
     /// In samples.
-    int Latency() const noexcept { return reducers.front().GetLatency(); }
+    int Latency() const noexcept { return group.GetLatency(); }
 
     /// Whether these values take a new group.
     bool NeedsRebuildFor(const ParameterValues &wanted) const noexcept;
@@ -28,14 +27,14 @@ public:
     /// Puts into effect what needs no rebuild. Finite values only.
     void Follow(const ParameterValues &wanted) noexcept;
 
-    /// `out` may be `in`. Never allocates, locks or throws.
-    void Process(std::size_t channel, float *in, float *out, int count) noexcept {
-        reducers[channel].Process(in, out, count);
+    /// One array per channel; an output may be its own input. Never allocates, locks or throws.
+    void Process(const float *const *in, float *const *out, int count) noexcept {
+        group.Process(in, out, count);
     }
 
 private:
-    std::vector<dsp::SingleChannelAdaptiveNoise> reducers; // one per channel
-    ParameterValues values;                                // as given
+    dsp::ChannelGroup group;
+    ParameterValues values; // as given
 };
 
 } // namespace quietfloor

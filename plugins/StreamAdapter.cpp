@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "plugins/StreamAdapter.h"
 
 #include <algorithm>
@@ -25,13 +26,12 @@ StreamAdapter::StreamAdapter(int channelCount, int rate, bool worker)
     : sampleRate(rate), hasWorker(worker),
       current(std::make_unique<ReducerGroup>(channelCount, rate, wanted)),
       enabling(static_cast<int>(fadeSeconds * rate)), handover(static_cast<int>(fadeSeconds * rate)) {
-    for (int i = 0; i < channelCount; ++i)
-        channels.push_back({DelayLine(LongestLatency() + blockLength)});
+    dry.assign(static_cast<std::size_t>(channelCount), DelayLine(LongestLatency() + blockLength));
 }
 
 std::unique_ptr<ReducerGroup> StreamAdapter::Build(const ParameterValues &values) const noexcept {
     try {
-        return std::make_unique<ReducerGroup>(static_cast<int>(channels.size()), sampleRate, values);
+        return std::make_unique<ReducerGroup>(static_cast<int>(dry.size()), sampleRate, values);
     } catch (...) { // nothing but memory fails
         return nullptr;
     }
@@ -43,8 +43,8 @@ void StreamAdapter::Activate() noexcept {
         current = std::move(built);
     incoming.reset();
     retired.reset();
-    for (Channel &channel : channels)
-        channel.dry.Clear();
+    for (DelayLine &line : dry)
+        line.Clear();
     enabling.RestAt(IsEnabled() ? 1.0f : 0.0f);
     handover.RestAt(0.0f);
     hasStartedBlind = !AreControlsConnected();
@@ -90,8 +90,8 @@ bool StreamAdapter::NeedsRebuild() const noexcept {
 
 void StreamAdapter::TakeOver(std::unique_ptr<ReducerGroup> group) noexcept {
     incoming = std::move(group);
-    // Larger frames learn more slowly; this covers the better part of it.
-    listeningLeft = sampleRate + 8LL * incoming->Latency();
+    // Larger frames learn more slowly.
+    listeningLeft = sampleRate + 16LL * incoming->Latency();
 }
 
 void StreamAdapter::Process(std::size_t frames) noexcept {
@@ -109,37 +109,45 @@ void StreamAdapter::Process(std::size_t frames) noexcept {
 
 // A host's output may be the input of another channel, so all of them are read before one is written.
 void StreamAdapter::ProcessBlock(std::size_t start, std::size_t count) noexcept {
-    for (std::size_t c = 0; c < channels.size(); ++c) {
-        std::copy_n(ports.in[c] + start, count, channels[c].input.begin());
-        channels[c].dry.Write({channels[c].input.data(), count});
+    for (std::size_t c = 0; c < dry.size(); ++c) {
+        std::copy_n(ports.in[c] + start, count, input[c].begin());
+        dry[c].Write({input[c].data(), count});
     }
     enabling.MoveTo(IsEnabled() ? 1.0f : 0.0f, {enabledShares.data(), count});
-    for (std::size_t c = 0; c < channels.size(); ++c)
-        Render(*current, c, {channels[c].output.data(), count});
+    Render(*current, count, output);
     if (incoming)
         FadeIncomingIn(count);
-    for (std::size_t c = 0; c < channels.size(); ++c)
-        std::copy_n(channels[c].output.begin(), count, ports.out[c] + start);
+    for (std::size_t c = 0; c < dry.size(); ++c)
+        std::copy_n(output[c].begin(), count, ports.out[c] + start);
 }
 
-void StreamAdapter::Render(ReducerGroup &group, std::size_t channel, std::span<float> out) noexcept {
-    group.Process(channel, channels[channel].input.data(), out.data(), static_cast<int>(out.size()));
-    const std::span<const float> shares(enabledShares.data(), out.size());
+void StreamAdapter::Render(ReducerGroup &group, std::size_t count, Blocks &target) noexcept {
+    std::array<const float *, mostChannels> in{};
+    std::array<float *, mostChannels> out{};
+    for (std::size_t c = 0; c < dry.size(); ++c) {
+        in[c] = input[c].data();
+        out[c] = target[c].data();
+    }
+    group.Process(in.data(), out.data(), static_cast<int>(count));
+    const std::span<const float> shares(enabledShares.data(), count);
     if (shares.front() >= 1 && shares.back() >= 1)
         return;
-    const std::span<float> dry(dryBlock.data(), out.size());
-    channels[channel].dry.Read(static_cast<std::size_t>(group.Latency()), dry);
-    CrossFade(dry, out, shares, out);
+    const std::span<float> late(delayed.data(), count);
+    for (std::size_t c = 0; c < dry.size(); ++c) {
+        dry[c].Read(static_cast<std::size_t>(group.Latency()), late);
+        const std::span<float> wet(target[c].data(), count);
+        CrossFade(late, wet, shares, wet);
+    }
 }
 
 void StreamAdapter::FadeIncomingIn(std::size_t count) noexcept {
-    const std::span<float> shares(handoverShares.data(), count), fresh(incomingBlock.data(), count);
+    const std::span<float> shares(handoverShares.data(), count);
     handover.MoveTo(listeningLeft > 0 ? 0.0f : 1.0f, shares);
     listeningLeft -= static_cast<long long>(count);
-    for (std::size_t c = 0; c < channels.size(); ++c) {
-        Render(*incoming, c, fresh);
-        const std::span<float> out(channels[c].output.data(), count);
-        CrossFade(out, fresh, shares, out);
+    Render(*incoming, count, incomingOutput);
+    for (std::size_t c = 0; c < dry.size(); ++c) {
+        const std::span<float> out(output[c].data(), count);
+        CrossFade(out, {incomingOutput[c].data(), count}, shares, out);
     }
     if (handover.Share() < 1)
         return;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// What the plug-ins of all formats have in common: from a host's ports to the noise reducers.
 #ifndef QUIETFLOOR_PLUGINS_STREAMADAPTER_H
 #define QUIETFLOOR_PLUGINS_STREAMADAPTER_H
@@ -26,11 +27,11 @@ struct PortConnections {
 /// Start    `Activate` takes the controls as they stand. A host may connect them only later; then the first
 ///          block builds the reducers for them, unless there is a worker: the one block that may allocate.
 /// Threads  One thread at a time. A change of the FFT size, the filter mode or the knee takes a new
-///          group of reducers: with a worker, which is a thread of the host's for such things, it is built
-///          there, handed over here, and what is released is freed there; without one the change waits
-///          for `Activate`.
-/// Change   A new group first listens along until it has learnt the noise, one second and some more at
-///          large sizes; then it is faded in, and the latency follows. As the delay differs, a moment
+///          group of reducers. With a worker, a thread that the host keeps for such things, it is built there
+///          and handed over here, and the old one is freed there. Without one the change waits for
+///          `Activate`.
+/// Change   A new group first listens along until it has learnt the noise, one second at small sizes and
+///          five at the largest; then it is faded in, and the latency follows. As the delay differs, a moment
 ///          of the sound is heard again or left out. If yet another is asked for while it listens, it
 ///          is never heard.
 /// Bypass   `enabled` fades between the sound with and without noise. Both are equally late.
@@ -41,11 +42,11 @@ public:
 
     PortConnections ports;
 
-    /// As a new stream, with the controls as they stand now. Allocates; if memory runs out, the stream
+    /// Begins a new stream, with the controls as they stand now. Allocates; if memory runs out, the stream
     /// goes on with the reducers it had.
     void Activate() noexcept;
 
-    /// All channels' inputs and outputs are connected. Any count. Never allocates (but see
+    /// All channels' inputs and outputs are connected. `frames` may have any value. Never allocates (but see
     /// Start), locks or throws.
     void Process(std::size_t frames) noexcept;
 
@@ -58,7 +59,7 @@ public:
     /// Whether no other change is under way.
     bool CanTakeOver() const noexcept { return !incoming && !retired; }
 
-    /// To be called only if it can.
+    /// Call it only while `CanTakeOver()`.
     void TakeOver(std::unique_ptr<ReducerGroup> group) noexcept;
 
     /// The group that a change has replaced or left unheard, for once; null if there is none.
@@ -70,11 +71,7 @@ public:
 private:
     static constexpr std::size_t blockLength = 256;
     using Block = std::array<float, blockLength>;
-
-    struct Channel {
-        DelayLine dry;
-        Block input{}, output{};
-    };
+    using Blocks = std::array<Block, mostChannels>;
 
     bool AreControlsConnected() const noexcept;
     void ReadControls() noexcept;
@@ -82,18 +79,19 @@ private:
     void MakeUpForBlindStart() noexcept;
     bool IsEnabled() const noexcept;
     void ProcessBlock(std::size_t start, std::size_t count) noexcept;
-    void Render(ReducerGroup &group, std::size_t channel, std::span<float> out) noexcept;
+    void Render(ReducerGroup &group, std::size_t count, Blocks &target) noexcept;
     void FadeIncomingIn(std::size_t count) noexcept;
 
     const int sampleRate; // Hz
     const bool hasWorker;
     bool hasStartedBlind = false; // when it was activated, controls were not connected yet
-    std::vector<Channel> channels;
+    std::vector<DelayLine> dry;   // one per channel
     ParameterValues wanted = DefaultValues();
     std::unique_ptr<ReducerGroup> current, incoming, retired;
     Fade enabling, handover;
     long long listeningLeft = 0; // samples until the incoming group has heard enough
-    Block dryBlock{}, incomingBlock{}, enabledShares{}, handoverShares{};
+    Blocks input{}, output{}, incomingOutput{};
+    Block delayed{}, enabledShares{}, handoverShares{};
 };
 
 } // namespace quietfloor

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The C interface beside the object that it wraps.
 #include <gtest/gtest.h>
 
@@ -56,8 +57,11 @@ TEST(CInterface, RefusesWhatMakesNoSense) {
           quietfloor_parameter_bounds(count, &lower, &lower)})
         EXPECT_EQ(status, QUIETFLOOR_BAD_ARGUMENT);
     EXPECT_TRUE(x == 3 && lower == 7 && quietfloor_sample_rate(handle.get()) == 44100);
+    EXPECT_EQ(quietfloor_process(handle.get(), nullptr, nullptr, 0), QUIETFLOOR_OK);
+    float upper = 0;
     EXPECT_EQ(quietfloor_parameter_bounds(QUIETFLOOR_RELEASE, &lower, nullptr), QUIETFLOOR_OK);
-    EXPECT_EQ(lower, 20);
+    EXPECT_EQ(quietfloor_parameter_bounds(QUIETFLOOR_RELEASE, nullptr, &upper), QUIETFLOOR_OK);
+    EXPECT_TRUE(lower == 20 && upper == 750);
     EXPECT_STREQ(quietfloor_parameter_unit(QUIETFLOOR_BANDWIDTH), "Hz");
     EXPECT_EQ(quietfloor_parameter_name(count), nullptr);
 }
@@ -66,6 +70,7 @@ TEST(CInterface, TellsWhatAnObjectIs) {
     const Handle handle = Owned(quietfloor_create());
     for (int i = 0; i < quietfloor_parameter_count(); ++i) {
         EXPECT_STRNE(quietfloor_parameter_description(i), "") << i;
+        EXPECT_STRNE(quietfloor_parameter_description(i), quietfloor_parameter_name(i)) << i;
         if (quietfloor_parameter_is_settable(i)) {
             EXPECT_EQ(quietfloor_parameter_default(i), quietfloor_get_parameter(handle.get(), i)) << i;
         }

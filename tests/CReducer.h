@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The C interface in the shape of the object, so that one test serves both.
 #ifndef QUIETFLOOR_TESTS_CREDUCER_H
 #define QUIETFLOOR_TESTS_CREDUCER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What counts samples and frames for as long as a stream lasts may pass any bit that it can reach.
 #include <gtest/gtest.h>
 

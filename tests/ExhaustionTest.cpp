@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Memory runs out at every allocation of every public operation in turn, once or from there on. Nothing
 // leaks, what was promised about the objects holds, and with memory they go on as if nothing had happened.
 #include <gtest/gtest.h>
@@ -8,11 +9,13 @@
 #include <memory>
 #include <new>
 #include <optional>
+#include <type_traits>
 
 #include "dsp/Parameters.h"
 #include "fft/FFTWorkingData.h"
 #include "fft/engine/Allocator.h"
 #include "tests/CReducer.h"
+#include "tests/GroupReducer.h"
 #include "tests/Signals.h"
 #include "tests/StreamInspector.h"
 
@@ -133,12 +136,14 @@ void Copies() {
     EXPECT_EQ(Output(original), expected);
 }
 
+template <class Subject>
 void Assigns() {
-    Reducer source, target;
+    Subject source, target;
     Configure(target, 128, true);
-    dsp::StreamInspector::Record(source).compander = quietfloor::BuildLevelCompander({}, 512, 128);
+    if constexpr (std::is_same_v<Subject, Reducer>)
+        dsp::StreamInspector::Record(source).compander = quietfloor::BuildLevelCompander({}, 512, 128);
     Output(target);
-    Reducer twin(target);
+    Subject twin(target);
     if (!Works([&] { target = source; })) {
         EXPECT_EQ(Output(target), Output(twin)) << "a failed assignment changed its target";
         target = source;
@@ -154,7 +159,10 @@ void Rebuilds() {
     for (Subject *each : {&subject, &spared}) {
         each->SetParameter(Reducer::kOffsetDb, 5);
         Output(*each);
-        index == kSampleRate ? each->SetSampleRate(8000) : each->SetParameter(index, 1024);
+        if constexpr (index == kSampleRate)
+            each->SetSampleRate(8000);
+        else
+            each->SetParameter(index, 1024);
     }
     float sample = 7;
     const auto rebuild = [&sample](Subject &each) {
@@ -221,7 +229,7 @@ const Operation operations[] = {
     {"quietfloor_create", Constructs<CReducer>},
     {"copy constructor", Copies<Reducer>},
     {"quietfloor_copy", Copies<CReducer>},
-    {"assignment", Assigns},
+    {"assignment", Assigns<Reducer>},
     {"Process after a new size", Rebuilds<Reducer, Reducer::kFftSize, false>},
     {"Process after a new mode", Rebuilds<Reducer, Reducer::kFilterMode, false>},
     {"Process after a new rate", Rebuilds<Reducer, kSampleRate, false>},
@@ -231,6 +239,12 @@ const Operation operations[] = {
     {"quietfloor_process after a new mode", Rebuilds<CReducer, Reducer::kFilterMode, false>},
     {"quietfloor_process after a new rate", Rebuilds<CReducer, kSampleRate, false>},
     {"quietfloor_resume", Rebuilds<CReducer, kSampleRate, true>},
+    {"group's constructor", Constructs<GroupReducer>},
+    {"group's copy constructor", Copies<GroupReducer>},
+    {"group's assignment", Assigns<GroupReducer>},
+    {"group's Process after a new size", Rebuilds<GroupReducer, Reducer::kFftSize, false>},
+    {"group's Process after a new mode", Rebuilds<GroupReducer, Reducer::kFilterMode, false>},
+    {"group's Resume", Rebuilds<GroupReducer, Reducer::kFftSize, true>},
     {"CreateFFTWORKINGDATA_F", [] { Prepares<float, FFTWORKINGDATA_F>(CreateFFTWORKINGDATA_F, LFFTF); }},
     {"CreateFFTWORKINGDATA_D",
      [] { Prepares<double, FFTWORKINGDATA_D>([] { return CreateFFTWORKINGDATA_D(64); }, LFFTD); }},

@@ -1,9 +1,12 @@
+// SPDX-License-Identifier: MIT
+#include "fft/engine/FftEngine.h"
 #include "tests/LevelTesting.h"
 #include "tests/Signals.h"
 
 #include <cstdlib>
 
 using namespace FftEngine;
+using namespace quietfloor;
 
 namespace {
 
@@ -11,22 +14,25 @@ TEST(ProcessorLevel, NeedsEveryFeatureAndItsRegistersSaved) {
     constexpr ProcessorWords all = {1u << 12 | 1u << 27 | 1u << 28,                  // FMA, OSXSAVE, AVX
                                     1u << 5 | 1u << 16 | 1u << 17 | 1u << 31, 0xe7}; // AVX2, F, DQ, VL
     EXPECT_EQ(BestSlot(all), kAvx512Slot);
-    EXPECT_EQ(BestSlot({}), kGenericSlot);
+    EXPECT_EQ(BestSlot({}), kPortableSlot);
     for (int bit : {12, 28})
-        EXPECT_EQ(BestSlot({all.leaf1Ecx & ~(1u << bit), all.leaf7Ebx, all.savedState}), kGenericSlot) << bit;
+        EXPECT_EQ(BestSlot({all.leaf1Ecx & ~(1u << bit), all.leaf7Ebx, all.savedState}), kPortableSlot)
+            << bit;
     for (int bit : {5, 16, 17, 31})
         EXPECT_EQ(BestSlot({all.leaf1Ecx, all.leaf7Ebx & ~(1u << bit), all.savedState}),
-                  bit == 5 ? kGenericSlot : kAvx2Slot)
+                  bit == 5 ? kPortableSlot : kAvx2Slot)
             << bit;
     for (int bit : {1, 2, 5, 6, 7})
         EXPECT_EQ(BestSlot({all.leaf1Ecx, all.leaf7Ebx, all.savedState & ~(1ull << bit)}),
-                  bit <= 2 ? kGenericSlot : kAvx2Slot)
+                  bit <= 2 ? kPortableSlot : kAvx2Slot)
             << bit;
-#ifdef __GNUC__
     const std::int32_t here = BestSlot(ReadProcessorWords());
+#if defined(QUIETFLOOR_HAS_AVX_LEVELS)
     EXPECT_EQ(here >= kAvx2Slot, __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma"));
     EXPECT_EQ(here == kAvx512Slot, __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
                                        __builtin_cpu_supports("avx512vl"));
+#else
+    EXPECT_EQ(here, kPortableSlot);
 #endif
 }
 
@@ -58,7 +64,7 @@ Samples Transformed(const FftSpec64f *spec, const Samples &x) {
 }
 
 TEST(Dispatch, WhatWasMadeBeforeTheChoiceOfLevelStaysGeneric) {
-    ASSERT_EQ(madeAtLoad.slot, kGenericSlot);
+    ASSERT_EQ(madeAtLoad.slot, kPortableSlot);
     EXPECT_EQ(CpuDispatchIndex, HighestSlot());
     ASSERT_EQ(madeAtLoad.status, kEngineOk);
     const Samples block = WhiteNoise(1024, -20), stream = WhiteNoise(44100, -20);
@@ -66,7 +72,7 @@ TEST(Dispatch, WhatWasMadeBeforeTheChoiceOfLevelStaysGeneric) {
     Reducer copy(madeAtLoad.reducer);
     const Samples out = Through(madeAtLoad.reducer, stream);
     EXPECT_EQ(Through(copy, stream), out);
-    const DispatchScope generic(kGenericSlot);
+    const DispatchScope portable(kPortableSlot);
     FftSpec64f *spec = nullptr;
     FFTInitComplex64f(&spec, 10, kScaleNone, kHintAccurate);
     EXPECT_EQ(Transformed(spec, block), spectrum);
@@ -88,7 +94,7 @@ TEST_P(Level, GivesTheStreamOfTheGenericOne) {
         Reducer here = MakeReducer();
         Configure(here, fftSize, filterMode);
         Samples difference = Through(here, x);
-        const DispatchScope generic(kGenericSlot);
+        const DispatchScope portable(kPortableSlot);
         Reducer reference = MakeReducer();
         Configure(reference, fftSize, filterMode);
         const Samples expected = Through(reference, x);

@@ -1,8 +1,10 @@
+// SPDX-License-Identifier: MIT
 #include "noise/NoiseRemover.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
+#include <tuple>
 
 #include "tests/LevelTesting.h"
 #include "tests/PlainNoiseEngine.h"
@@ -168,7 +170,7 @@ TEST_P(NoiseEngineLevel, MeansWhatThePlainEngineSays) {
 // last two go on as a constant, after which all is well again.
 TEST_P(NoiseEngineLevel, ModulationScoresAreThoseOfTheDefinition) {
     constexpr int bins = 16;
-    BinAnalysis analysis(bins, FftEngine::SelectedPerBinKernels());
+    BinAnalysis analysis(bins, quietfloor::SelectedNoiseKernels());
     std::vector<plain::Bin> expected(bins);
     std::mt19937 random(3);
     double x[bins] = {};
@@ -204,23 +206,29 @@ TEST(NoiseEngine, DerivesItsSettingsFromThoseGiven) {
     given.KneeDb = 0.2f;
     given.Sensitivity = 2.5f;
     given.TrackerRate = 99;
-    const NoiseRemoverSettings derived = Derived(given);
+    const DerivedSettings derived = Derived(given);
     EXPECT_EQ(derived.OffsetDb, 2.5f);
     EXPECT_EQ(derived.KneeDb, 0.5f);
-    EXPECT_FLOAT_EQ(derived.Sensitivity, 28.897734f); // 2^(1/4) 24.3
+    EXPECT_FLOAT_EQ(derived.DecisionLevel, 28.897734f); // 2^(1/4) 24.3
     EXPECT_EQ(derived.TrackerRate, 8.0f);
     EXPECT_EQ(derived.BandWidthHz, 270.0f);
 
     using Settings = NoiseRemoverSettings; // what is beyond a limit counts as the limit
-    const std::pair<float Settings::*, float> limits[] = {
-        {&Settings::OffsetDb, -100.0f},    {&Settings::OffsetDb, 100.0f},  {&Settings::ReductionDb, -200.0f},
-        {&Settings::ReductionDb, 1000.0f}, {&Settings::KneeDb, 1000.0f},   {&Settings::Sensitivity, -1000.0f},
-        {&Settings::Sensitivity, 1000.0f}, {&Settings::Strength, 10000.0f}};
-    for (const auto &[slot, limit] : limits) {
+    const std::tuple<float Settings::*, float DerivedSettings::*, float> limits[] = {
+        {&Settings::OffsetDb, &DerivedSettings::OffsetDb, -100.0f},
+        {&Settings::OffsetDb, &DerivedSettings::OffsetDb, 100.0f},
+        {&Settings::ReductionDb, &DerivedSettings::ReductionDb, -200.0f},
+        {&Settings::ReductionDb, &DerivedSettings::ReductionDb, 1000.0f},
+        {&Settings::KneeDb, &DerivedSettings::KneeDb, 1000.0f},
+        {&Settings::Sensitivity, &DerivedSettings::DecisionLevel, -1000.0f},
+        {&Settings::Sensitivity, &DerivedSettings::DecisionLevel, 1000.0f},
+        {&Settings::Strength, &DerivedSettings::Strength, -10000.0f},
+        {&Settings::Strength, &DerivedSettings::Strength, 10000.0f}};
+    for (const auto &[slot, result, limit] : limits) {
         Settings limited, beyond;
         limited.*slot = limit;
         beyond.*slot = 2 * limit;
-        EXPECT_EQ(Derived(limited).*slot, Derived(beyond).*slot) << limit;
+        EXPECT_EQ(Derived(limited).*result, Derived(beyond).*result) << limit;
     }
 }
 
@@ -257,6 +265,32 @@ TEST(NoiseEngine, ComesBackFromLevelsWithoutBounds) {
                         0, 0.5);
         }
     }
+}
+
+// The deviation of a bin is the mean over six bins, from the second below it to the third above, of the
+// squared excess over 3 dB + floor - knee, 3 dB and more counting as 1; at the ends it is the nearest whole
+// mean. The running sum is cleared below 1e-5 dB^2: of bin 120 only the first mean knows.
+TEST(NoiseEngine, DeviationIsAMovingMeanOfTheExcess) {
+    FlatEngine flat(256, 44100, 128); // knee 14 dB; 270 Hz are three bins
+    flat.Feed(-50, 300);
+    std::vector<double> excessDb(257), expected(257);
+    for (const auto &[bin, db] :
+         {std::pair{2, 1.5}, {60, 5}, {61, 0.02}, {90, 0.004}, {120, 0.002}, {254, 2}})
+        excessDb[static_cast<std::size_t>(bin)] = db;
+    for (std::size_t k = 1; k < 256; ++k) {
+        const double start = plain::Db(flat.engine.Floor[k]) + 3 - 14; // levels are 4.6 dB above magnitudes
+        flat.mag[k] = plain::FromDb(start + (excessDb[k] > 0 ? excessDb[k] : -20) - 4.6);
+        flat.db[k] = plain::Db(flat.mag[k]) + 4.6;
+    }
+    flat.engine.ProcessFrame(flat.mag.data(), flat.db.data(), flat.gain.data(), flat.mag.data());
+    for (std::size_t k = 3; k <= 252; ++k)
+        for (std::size_t j = k - 2; j <= k + 3; ++j)
+            if (j != 120 || k == 117)
+                expected[k] += std::pow(std::min(excessDb[j] / 3, 1.0), 2) / 6;
+    std::fill_n(expected.begin() + 1, 2, expected[3]);
+    std::fill_n(expected.begin() + 253, 3, expected[252]);
+    for (std::size_t k = 1; k < 256; ++k)
+        EXPECT_NEAR(flat.engine.SquaredDeviation[k], expected[k], 1e-11) << k;
 }
 
 // Above the upper corner gains pass; below the lower one they are the reduction, or less only down to what

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -15,8 +16,12 @@ namespace {
 constexpr float infinity = std::numeric_limits<float>::infinity();
 constexpr float quietNan = std::numeric_limits<float>::quiet_NaN();
 
-const quietfloor::NoiseRemoverSettings &EngineSettings(Reducer &reducer) {
+const quietfloor::DerivedSettings &EngineSettings(Reducer &reducer) {
     return StreamInspector::Record(reducer).noiseRemover->Settings;
+}
+
+const quietfloor::NoiseRemoverSettings &GivenSettings(Reducer &reducer) {
+    return StreamInspector::Record(reducer).noiseRemover->GivenSettings();
 }
 
 } // namespace
@@ -68,6 +73,7 @@ TEST(Parameters, ValuesAreStoredAsGivenButForTheSnappedOnes) {
     };
     const Row rows[] = {{Reducer::kFftSize, 700, 512, false},
                         {Reducer::kFftSize, 768, 512, false},
+                        {Reducer::kFftSize, 768.5f, 512, false},
                         {Reducer::kFftSize, 768.51f, 1024, true},
                         {Reducer::kFftSize, 10, 64, true},
                         {Reducer::kFftSize, -5, 64, true},
@@ -129,18 +135,18 @@ TEST(Parameters, ForwardingChangesNothingElse) {
             continue;
         Reducer rebuilt(reducer);
         rebuilt.Resume();
-        const quietfloor::NoiseRemoverSettings &s = EngineSettings(reducer), &r = EngineSettings(rebuilt);
+        const quietfloor::DerivedSettings &s = EngineSettings(reducer), &r = EngineSettings(rebuilt);
         ASSERT_EQ(s.OffsetDb, r.OffsetDb);
         ASSERT_EQ(s.ReductionDb, r.ReductionDb);
         ASSERT_EQ(s.ReleaseMs, r.ReleaseMs);
-        ASSERT_EQ(s.Sensitivity, r.Sensitivity);
+        ASSERT_EQ(s.DecisionLevel, r.DecisionLevel);
         ASSERT_EQ(s.TrackerRate, r.TrackerRate);
         ASSERT_EQ(s.Strength, r.Strength);
         ASSERT_EQ(s.BandWidthHz, r.BandWidthHz);
         ASSERT_EQ(s.KneeDb, 14.0f);
-        ASSERT_EQ(s.Reserved, 8.0f);
         ASSERT_EQ(r.KneeDb, std::max(0.5f, reducer.GetParameter(Reducer::kKneeDb)));
-        ASSERT_EQ(r.Reserved, reducer.GetParameter(Reducer::kReserved));
+        ASSERT_EQ(GivenSettings(reducer).Reserved, 8.0f);
+        ASSERT_EQ(GivenSettings(rebuilt).Reserved, reducer.GetParameter(Reducer::kReserved));
         ASSERT_FALSE(s.TransientBoost || r.TransientBoost);
     }
 }

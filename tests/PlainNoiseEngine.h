@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The noise engine once more, bin by bin and step by step with the C library's functions: slow, and sharing
 /// no code with the vector kernels. It says what the engine means.
 #ifndef QUIETFLOOR_TESTS_PLAINNOISEENGINE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The program end to end: what it does to files, and what it says when it cannot.
 #include <gtest/gtest.h>
 
@@ -13,6 +14,9 @@
 #include <vector>
 
 #include <sndfile.h>
+
+#include "tests/Signals.h"
+#include "tools/command/ProgressBar.h"
 
 namespace fs = std::filesystem;
 
@@ -55,9 +59,7 @@ Sound Silence(int format, int channels, int rate, int frames) {
 
 Sound Noise(int format, int channels, int frames, unsigned seed) {
     Sound sound = Silence(format, channels, 22050, frames);
-    std::mt19937 generator(seed);
-    std::normal_distribution<float> noise(0.0f, 0.01f);
-    std::generate(sound.samples.begin(), sound.samples.end(), [&] { return noise(generator); });
+    sound.samples = WhiteNoise(sound.samples.size(), -40, seed);
     return sound;
 }
 
@@ -144,11 +146,10 @@ TEST_F(Program, KeepsFormatLengthAndPlace) {
 // floats go beyond full scale, as the edges of a hard-limited neighbour do once noise is taken out.
 TEST_F(Program, CleansEachChannelAloneAndClips) {
     Sound in = Silence(SF_FORMAT_WAV | SF_FORMAT_PCM_16, 2, 22050, 22050 * 6);
-    std::mt19937 generator(1);
-    std::normal_distribution<float> noise;
+    const Samples quiet = WhiteNoise(in.samples.size(), -40, 1), loud = WhiteNoise(in.samples.size(), 0, 2);
     for (std::size_t i = 0; i < in.samples.size(); i += 2) {
-        in.samples[i] = 0.01f * noise(generator);
-        in.samples[i + 1] = std::clamp(noise(generator), -0.999f, 0.999f);
+        in.samples[i] = quiet[i];
+        in.samples[i + 1] = std::clamp(loud[i], -0.999f, 0.999f);
     }
     Save(folder / "in", in);
     const Sound rounded = Load(folder / "in");
@@ -192,8 +193,9 @@ TEST_F(Program, SaysWhatIsWrongInOneLineAndLeavesNothingBehind) {
         {"mute", Patched(22, std::string(2, '\0'))},   // no channels
         {"fast", Patched(24, std::string(4, '\x7f'))}, // 2139062143 Hz
         {"directory/in", sound},
-        {"config", "knee = 3 # dB\n\nnonsense = 1\n"},
+        {"config", "knee = 3 # dB\n ; harder\nrelease = 50 ; ms\n\nnonsense = 1\n"},
         {"loud", "reduction = 50\n"},
+        {"twice", "knee = 3\nknee = 3\n"},
     };
     for (const auto &[name, content] : files)
         std::ofstream(folder / name, std::ios::binary) << content;
@@ -220,8 +222,9 @@ TEST_F(Program, SaysWhatIsWrongInOneLineAndLeavesNothingBehind) {
         {"--reduction \"\" in out", 1, "empty"},
         {"\"\" out", 1, "empty"},
         {"--config missing in out", 1, "missing"},
-        {"--config config in out", 1, "config:3: unknown parameter 'nonsense'"},
+        {"--config config in out", 1, "config:5: unknown parameter 'nonsense'"},
         {"--config loud --reduction 3 in out", 1, "loud:1: reduction: 50"},
+        {"--config twice in out", 1, "twice:2: knee is given twice"},
         {"-o text in", 1, "text"},
         {"-o out -", 1},
         {"-o out in directory/in", 1, "two outputs"},
@@ -279,6 +282,7 @@ TEST_F(Program, CleansManyFilesAtOnce) {
     std::ofstream(folder / "sounds" / "readme") << "not a sound either";
     ASSERT_EQ(Run("--dry-run --json --format w64 -o all sounds"), 2);
     EXPECT_NE(Said().find("\"w64 float\""), std::string::npos) << Said();
+    EXPECT_EQ(Said().find("folder"), std::string::npos); // a run would make it
     EXPECT_FALSE(fs::exists(folder / "all"));
     for (const char *options : {"-j 1 -o one", "-j 4 -o four", "-j 4 -o four --force"})
         ASSERT_EQ(Run(options + std::string(" --format w64 sounds")), 2);
@@ -290,6 +294,24 @@ TEST_F(Program, CleansManyFilesAtOnce) {
     ASSERT_EQ(Run("sounds/3.wav alone.w64"), 0);
     EXPECT_EQ(Content("alone.w64"), Content("one/3.w64"));
     EXPECT_EQ(FileCount(), 5u); // sounds, one, four, alone.w64, said
+}
+
+// More than 16 bits or two channels are WAVE_FORMAT_EXTENSIBLE's in a new WAV file, as its makers ask.
+TEST_F(Program, ExtendsTheHeaderOfWavFilesThatNeedIt) {
+    const struct {
+        int samples, channels;
+        const char *target, *tag; // the first two bytes of the format chunk
+    } cases[] = {{SF_FORMAT_PCM_16, 2, "out.wav", "\x01"},
+                 {SF_FORMAT_PCM_24, 1, "out.wav", "\xfe\xff"},
+                 {SF_FORMAT_PCM_16, 3, "out.wav", "\xfe\xff"},
+                 {SF_FORMAT_PCM_24, 2, "- >out.wav", "\xfe\xff"}};
+    for (const auto &c : cases) {
+        Save(folder / "in.aiff", Noise(SF_FORMAT_AIFF | c.samples, c.channels, 1000, 1));
+        ASSERT_EQ(Run(std::string("--force --format wav in.aiff ") + c.target, " 2>said"), 0) << Said();
+        EXPECT_EQ(Content("out.wav").find("fmt "), 12u);
+        EXPECT_EQ(Content("out.wav").substr(20, 2), std::string(c.tag).append(1, '\0').substr(0, 2))
+            << c.samples;
+    }
 }
 
 TEST_F(Program, ParametersComeFromPresetFileAndOptions) {
@@ -304,6 +326,27 @@ TEST_F(Program, ParametersComeFromPresetFileAndOptions) {
     const Sound in = Load(folder / "in"), cleaned = Load(folder / "a"), removed = Load(folder / "removed");
     for (std::size_t i = 0; i < in.samples.size(); ++i)
         ASSERT_NEAR(cleaned.samples[i] + removed.samples[i], in.samples[i], 1e-6f) << "sample " << i;
+}
+
+// What is left takes as long per frame as what is done, and a file that failed takes no time any more.
+TEST(Progress, SaysWhatIsLeft) {
+    const struct {
+        std::vector<quietfloor::FileProgress> files;
+        double seconds;
+        const char *text;
+    } cases[] = {
+        {{{250, 1000, false}}, 30, "[=======                       ]  25 %  1:30 left"},
+        {{{1000, 1000, true}, {800, 2000, false}},
+         5400,
+         "[==================            ]  60 %  1:00:00 left  1 of 2 files"},
+        {{{0, 1000, false}}, 3, "[                              ]   0 %"},
+        {{{500, 1000, false}, {700, -1, false}}, 65, "1:05 so far  0 of 2 files"},
+        {{{500, 1000, false}, {0, -1, true}},
+         65,
+         "[===============               ]  50 %  1:05 left  1 of 2 files"},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(quietfloor::ProgressText(c.files, c.seconds), c.text);
 }
 
 #if !defined(_WIN32)
@@ -326,14 +369,27 @@ TEST_F(Program, LeavesNothingBehindWhenInterruptedOrCutOff) {
     }
 }
 
+// As nohup starts it.
+TEST_F(Program, GoesOnAfterASignalThatItWasToldToIgnore) {
+    Save(folder / "in", Noise(SF_FORMAT_AU | SF_FORMAT_FLOAT, 1, 10000, 1));
+    EXPECT_EQ(Shell("trap '' HUP; (cat in; sleep 1) | '" + program.string() +
+                    "' - out & sleep 0.5; kill -HUP $!; wait $!"),
+              0);
+    EXPECT_EQ(Load("out").info.frames, 10000);
+}
+
 TEST_F(Program, ReportsInJsonWhateverTheNames) {
     const std::string name = "a \"b\\c\n\xff\xed\xa0\x80 \xe2\x82\xac.wav"; // 0xff and a surrogate: no UTF-8
     Save(folder / name, Silence(SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1, 8000, 8000));
-    EXPECT_EQ(Run("--json -o out missing *.wav", " >said 2>errors"), 2);
+    Save(folder / "noise.au", Noise(SF_FORMAT_AU | SF_FORMAT_FLOAT, 1, 60000, 1)); // -40 dB
+    EXPECT_EQ(Run("--json -o out missing *.wav noise.au", " >said 2>errors"), 2);
     std::ofstream(folder / "check.py")
-        << "import json; bad, good = json.load(open('said', encoding='utf-8'))\n"
+        << "import json; bad, good, noise = json.load(open('said', encoding='utf-8'))\n"
            "assert 'missing' in bad['error'] and good['frames'] == 8000, bad\n"
            "assert good['noiseFloorBefore'] is None and good['sampleRate'] == 8000, good\n"
+           "before, after = noise['noiseFloorBefore'], noise['noiseFloorAfter']\n"
+           "assert abs(before + 40) < 1 and after < -50, noise\n"
+           "assert abs(before - after - noise['reduction']) < 0.02, noise\n"
            "assert good['input'] == 'a \"b\\\\c\\n' + '\\ufffd' * 4 + ' \\u20ac.wav', good\n";
     EXPECT_EQ(Shell("python3 check.py"), 0) << Said();
     EXPECT_EQ(Shell('"' + program.string() + "\" --json --list-formats | python3 -m json.tool >said"), 0);

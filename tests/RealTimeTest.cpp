@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What `Process` promises an audio thread unless a rebuild is pending: no allocation, no lock, no call of the
 // system, no exception.
 #include <gtest/gtest.h>
@@ -24,6 +25,7 @@
 #include <type_traits>
 
 #include "tests/CReducer.h"
+#include "tests/GroupReducer.h"
 #include "tests/Signals.h"
 #include "tests/StreamInspector.h"
 
@@ -153,8 +155,12 @@ void ExpectQuiet() {
             Subject subject;
             subject.SetParameter(Reducer::kFftSize, static_cast<float>(size));
             subject.SetParameter(Reducer::kFilterMode, filterMode);
-            subject.SetSampleRate(8000);
+            if constexpr (!std::is_same_v<Subject, GroupReducer>)
+                subject.SetSampleRate(8000);
             subject.Resume();
+            if constexpr (std::is_same_v<Subject, GroupReducer>) {
+                EXPECT_EQ(SeenDuring([&] { subject.PushLeadIn(); }), "");
+            }
             if constexpr (std::is_same_v<Subject, Reducer>) {
                 auto &record = dsp::StreamInspector::Record(subject);
                 record.compander =
@@ -170,6 +176,7 @@ void ExpectQuiet() {
 
 TEST(RealTime, TheObjectIsQuiet) { ExpectQuiet<Reducer>(); }
 TEST(RealTime, TheCInterfaceIsQuiet) { ExpectQuiet<CReducer>(); }
+TEST(RealTime, TheGroupIsQuiet) { ExpectQuiet<GroupReducer>(); }
 
 void *volatile block = nullptr; // volatile, or the compiler leaves pairs of calls out
 

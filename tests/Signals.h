@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Signals with known properties, the same on every run, and the way to send them through a noise reducer.
 #ifndef QUIETFLOOR_TESTS_SIGNALS_H
 #define QUIETFLOOR_TESTS_SIGNALS_H
@@ -13,12 +14,13 @@ using Reducer = dsp::SingleChannelAdaptiveNoise;
 using Samples = std::vector<float>;
 
 /// Gaussian noise, its rms at `levelDb` to full scale.
-inline Samples WhiteNoise(std::size_t count, double levelDb, unsigned seed = 1) {
+template <class Real = float>
+std::vector<Real> WhiteNoise(std::size_t count, double levelDb, unsigned seed = 1) {
     std::mt19937 random(seed);
     std::normal_distribution<double> normal(0, std::pow(10, levelDb / 20));
-    Samples x(count);
-    for (float &sample : x)
-        sample = static_cast<float>(normal(random));
+    std::vector<Real> x(count);
+    for (Real &sample : x)
+        sample = static_cast<Real>(normal(random));
     return x;
 }
 
@@ -86,7 +88,8 @@ inline Samples Through(Reducer &reducer, Samples x, int block = 512) {
     return x;
 }
 
-inline void Configure(Reducer &reducer, int fftSize, bool filterMode) {
+template <class Subject>
+void Configure(Subject &reducer, int fftSize, bool filterMode) {
     reducer.SetParameter(Reducer::kFftSize, static_cast<float>(fftSize));
     reducer.SetParameter(Reducer::kFilterMode, filterMode ? 1.0f : 0.0f);
     reducer.Resume();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// A transform to compare with, from the definition and in long double: slow, plain, and sharing nothing with
 /// the library.
 #ifndef QUIETFLOOR_TESTS_SLOWTRANSFORM_H

@@ -1,27 +1,18 @@
+// SPDX-License-Identifier: MIT
 #include "fft/FFTWorkingData.h"
+#include "tests/Signals.h"
 #include "tests/SlowTransform.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
 #include <memory>
-#include <random>
 
 using quietfloor::Int32;
 
 namespace {
 
 constexpr std::size_t kPoints = 64; // of all single-precision working data
-
-template <class Real>
-std::vector<Real> Noise(std::size_t n, unsigned seed) {
-    std::mt19937 generator(seed);
-    std::uniform_real_distribution<Real> uniform(-1, 1);
-    std::vector<Real> x(n);
-    for (Real &value : x)
-        value = uniform(generator);
-    return x;
-}
 
 template <class Real>
 std::vector<LongComplex> Joined(const std::vector<Real> &re, const std::vector<Real> &im) {
@@ -74,12 +65,12 @@ TEST(WorkingData, RoundsUpToAPowerOfTwo) {
 TEST(SplitComplexFFT, RunsTheInverseForMinusOneOnlyWhateverTheLengthSays) {
     const auto single = Single(), twice = Double(1000);
     for (Int32 dir : {Int32{-1}, Int32{0}, Int32{1}, Int32{-2}}) {
-        auto re = Noise<float>(kPoints, 1), im = Noise<float>(kPoints, 2);
+        auto re = WhiteNoise<float>(kPoints, 0, 1), im = WhiteNoise<float>(kPoints, 0, 2);
         const auto expected = SlowTransform(Joined(re, im), dir == -1);
         LFFTF(re.data(), im.data(), -3, dir, *single);
         ExpectNear(re, im, expected);
 
-        auto srcRe = Noise<double>(1024, 3), srcIm = Noise<double>(1024, 4);
+        auto srcRe = WhiteNoise<double>(1024, 0, 3), srcIm = WhiteNoise<double>(1024, 0, 4);
         const auto source = Joined(srcRe, srcIm);
         std::vector<double> dstRe(1024), dstIm(1024);
         LFFTSD(srcRe.data(), srcIm.data(), dstRe.data(), dstIm.data(), 5, dir, *twice);
@@ -94,7 +85,7 @@ TEST(SplitComplexFFT, RunsTheInverseForMinusOneOnlyWhateverTheLengthSays) {
 
 TEST(SplitComplexFFT, TwoRealChannelsAreTwoTransforms) {
     const auto single = Single();
-    const auto x = Noise<float>(kPoints, 5), y = Noise<float>(kPoints, 6);
+    const auto x = WhiteNoise<float>(kPoints, 0, 5), y = WhiteNoise<float>(kPoints, 0, 6);
     for (Int32 dir : {Int32{0}, Int32{-1}, Int32{-9}}) {
         auto xRe = x, yRe = y; // real parts over the signals, and back
         std::vector<float> xIm(kPoints), yIm(kPoints);
@@ -114,8 +105,8 @@ TEST(SplitComplexFFT, WorkingDataThatDoesNotFitLeavesEveryByteAlone) {
     const auto single = Single(), twice = Double(64), tooLarge = Double(200'000'000);
     FFTWORKINGDATA neither;
     FFTWORKINGDATA_F empty;
-    auto f = Noise<float>(6 * kPoints, 8);
-    auto d = Noise<double>(4 * kPoints, 9);
+    auto f = WhiteNoise<float>(6 * kPoints, 0, 8);
+    auto d = WhiteNoise<double>(4 * kPoints, 0, 9);
     const auto floatsBefore = f;
     const auto doublesBefore = d;
     float *const a = f.data();
@@ -152,8 +143,8 @@ TYPED_TEST(StereoSpectrum, SplitsByDefinitionAndCombinesFromTheLowerHalves) {
     using Real = TypeParam;
     for (std::size_t n : {2u, 4u, 64u, 1024u}) {
         const int length = static_cast<int>(n);
-        const auto left = Noise<Real>(n, 1), right = Noise<Real>(n, 2);
-        std::vector<Real> zRe, zIm, lRe(n), lIm(n), rRe(n), rIm(n);
+        const auto left = WhiteNoise<Real>(n, 0, 1), right = WhiteNoise<Real>(n, 0, 2);
+        std::vector<Real> zRe, zIm, lRe(n, NAN), lIm(lRe), rRe(lRe), rIm(lRe);
         for (const LongComplex &bin : SlowTransform(Joined(left, right))) {
             zRe.push_back(static_cast<Real>(bin.real()));
             zIm.push_back(static_cast<Real>(bin.imag()));

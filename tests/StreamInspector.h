@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The tests' way into a noise reducer.
 #ifndef QUIETFLOOR_TESTS_STREAMINSPECTOR_H
 #define QUIETFLOOR_TESTS_STREAMINSPECTOR_H

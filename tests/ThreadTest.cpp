@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Different objects on different threads, all at once, give what one thread alone gets from them.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/LevelTesting.h"
 #include "tests/levels/VectorMathTable.h"
 
@@ -59,9 +60,9 @@ const Measured measured[] = {
 class VectorMath : public EachLevelTest {
 protected:
     const VectorMathTable &Level() const {
-        return GetParam() == FftEngine::kAvx512Slot ? avx512VectorMath
-               : GetParam() == FftEngine::kAvx2Slot ? avx2VectorMath
-                                                    : genericVectorMath;
+        static constexpr const VectorMathTable *tables[] =
+            QUIETFLOOR_BY_SLOT(portableVectorMath, avx2VectorMath, avx512VectorMath);
+        return *tables[GetParam()];
     }
 };
 INSTANTIATE_TEST_SUITE_P(, VectorMath, AtEachLevel(), LevelName);

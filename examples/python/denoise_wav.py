@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Takes the noise out of a 16-bit WAV file, in this process, with the standard library's ctypes alone.
 
 Usage: denoise_wav.py IN.wav OUT.wav [PARAMETER=VALUE]...     such as reduction=12 fft-size=2048

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The engine's memory: the C runtime's allocator behind a table.
 #ifndef QUIETFLOOR_FFT_ENGINE_ALLOCATOR_H
 #define QUIETFLOOR_FFT_ENGINE_ALLOCATOR_H

@@ -1,29 +1,16 @@
-#include "fft/engine/Dispatch.h"
-
+// SPDX-License-Identifier: MIT
 #include "fft/engine/Allocator.h"
 #include "fft/engine/Operations.h"
-#include "fft/engine/ProcessorLevel.h"
+#include "simd/LevelIndex.h"
 
-#include <algorithm>
-
-// A build may name a lower slot than the last.
-#ifndef QUIETFLOOR_SLOT_LIMIT
-#define QUIETFLOOR_SLOT_LIMIT kAvx512Slot
-#endif
+using quietfloor::CpuDispatchIndex;
+using quietfloor::kDispatchSlots;
 
 namespace FftEngine {
-
-constinit std::int32_t CpuDispatchIndex = kGenericSlot;
-
 namespace {
 
-const struct LevelChoice {
-    LevelChoice() { CpuDispatchIndex = HighestSlot(); }
-} choiceAtLoad;
-
-constexpr const EngineKernels *kernelsOfSlot[kDispatchSlots] = {
-    &kGenericKernels, &kGenericKernels, &kGenericKernels, &kGenericKernels, &kAvx2Kernels, &kAvx512Kernels,
-};
+constexpr const EngineKernels *kernelsOfSlot[kDispatchSlots] =
+    QUIETFLOOR_BY_SLOT(kPortableKernels, kAvx2Kernels, kAvx512Kernels);
 
 template <class Function>
 struct Table {
@@ -85,12 +72,6 @@ constexpr Table<EngineStatus(const float *, std::int32_t, float *, std::int32_t)
     {StdDevAtSlot<0>, StdDevAtSlot<1>, StdDevAtSlot<2>, StdDevAtSlot<3>, StdDevAtSlot<4>, StdDevAtSlot<5>}};
 
 } // namespace
-
-std::int32_t HighestSlot() {
-    return std::min<std::int32_t>(BestSlot(ReadProcessorWords()), QUIETFLOOR_SLOT_LIMIT);
-}
-
-const EngineKernels &KernelsOfSlot(std::int32_t slot) { return *kernelsOfSlot[slot]; }
 
 void EngineFree(void *block) { freeTable.Chosen()(block); }
 

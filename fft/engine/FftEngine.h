@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The FFT engine: complex transforms of split data, their specs, an aligned allocator and two vector
 /// primitives. Every operation goes through a table of six slots, one per processor level.
 ///

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "fft/engine/Operations.h"
 
 #include "fft/engine/Allocator.h"

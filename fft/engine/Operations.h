@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The bodies behind the fourteen operations: checks, memory and the choice of kernel.
 ///
 /// A transform runs the kernels that its spec was laid out for, whatever the dispatch index; Init and
@@ -5,7 +6,7 @@
 #ifndef QUIETFLOOR_FFT_ENGINE_OPERATIONS_H
 #define QUIETFLOOR_FFT_ENGINE_OPERATIONS_H
 
-#include "fft/engine/EngineKernels.h"
+#include "fft/engine/SpecRecord.h"
 
 namespace FftEngine {
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "fft/engine/SpecTables.h"
 
 #include "fft/engine/Twiddle.h"
@@ -86,7 +87,7 @@ RowPlan<Real> PlanRows(const TransformKernels<Real> &kernels, std::int32_t order
     plan.width = shape.width;
     plan.lanes = shape.lanes;
     plan.columns = PlanColumns(kernels, order - widthOrder, cursor);
-    plan.turns = cursor.Take<Real>(std::int64_t{2} * (shape.width - 1) * plan.columns.length);
+    plan.twiddles = cursor.Take<Real>(std::int64_t{2} * (shape.width - 1) * plan.columns.length);
     plan.workPart = SkewedPart<Real>(std::int64_t{1} << order);
     return plan;
 }
@@ -102,10 +103,10 @@ BlockedPlan<Real> PlanBlocked(const TransformKernels<Real> &kernels, std::int32_
     plan.columns = PlanColumns(kernels, sideOrder, cursor);
     if (plan.parts == 2)
         plan.halves = {cursor.Take<Real>(plan.side), cursor.Take<Real>(plan.side)};
-    plan.nearTurns = cursor.Take<Real>(std::int64_t{2} * kBlockColumns * plan.side);
+    plan.nearTwiddles = cursor.Take<Real>(std::int64_t{2} * kBlockColumns * plan.side);
     plan.fineBits = sideOrder;
-    plan.coarseTurns = cursor.Take<double>(std::int64_t{2} << (order - sideOrder));
-    plan.fineTurns = cursor.Take<double>(std::int64_t{2} << sideOrder);
+    plan.coarseTwiddles = cursor.Take<double>(std::int64_t{2} << (order - sideOrder));
+    plan.fineTwiddles = cursor.Take<double>(std::int64_t{2} << sideOrder);
     plan.workPart = SkewedPart<Real>(std::int64_t{kBlockColumns} * plan.side);
     return plan;
 }
@@ -141,7 +142,7 @@ void FillColumns(const ColumnPlan<Real> &plan) {
 template <class Real>
 void FillRows(const RowPlan<Real> &plan) {
     FillColumns(plan.columns);
-    TableWriter<Real> writer(plan.turns);
+    TableWriter<Real> writer(plan.twiddles);
     const std::int64_t length = plan.columns.length, n = length * plan.width;
     for (std::int64_t k = 0; k < length; k += plan.lanes)
         for (std::int64_t v = 1; v < plan.width; ++v) {
@@ -162,15 +163,15 @@ void FillBlocked(const BlockedPlan<Real> &plan) {
         halvesRe.Put(Twiddle(k, 2 * side).first);
         halvesIm.Put(Twiddle(k, 2 * side).second);
     }
-    TableWriter<Real> nearTurns(plan.nearTurns);
+    TableWriter<Real> nearTwiddles(plan.nearTwiddles);
     for (std::int64_t a = 0; a < side; ++a) {
         for (std::int64_t i = 0; i < kBlockColumns; ++i)
-            nearTurns.Put(Twiddle(a * i, n).first);
+            nearTwiddles.Put(Twiddle(a * i, n).first);
         for (std::int64_t i = 0; i < kBlockColumns; ++i)
-            nearTurns.Put(Twiddle(a * i, n).second);
+            nearTwiddles.Put(Twiddle(a * i, n).second);
     }
     const std::int64_t fineCount = std::int64_t{1} << plan.fineBits;
-    TableWriter<double> coarse(plan.coarseTurns), fine(plan.fineTurns);
+    TableWriter<double> coarse(plan.coarseTwiddles), fine(plan.fineTwiddles);
     for (std::int64_t e = 0; e < n; e += fineCount)
         coarse.PutPair(Twiddle(e, n));
     for (std::int64_t e = 0; e < fineCount; ++e)

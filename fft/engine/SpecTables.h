@@ -1,8 +1,9 @@
+// SPDX-License-Identifier: MIT
 /// The tables of a spec: how much room they take, where they lie, what they hold.
 #ifndef QUIETFLOOR_FFT_ENGINE_SPECTABLES_H
 #define QUIETFLOOR_FFT_ENGINE_SPECTABLES_H
 
-#include "fft/engine/EngineKernels.h"
+#include "fft/engine/SpecRecord.h"
 
 namespace FftEngine {
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// Roots of unity to the last bit that the compiler's widest type allows.
 #ifndef QUIETFLOOR_FFT_ENGINE_TWIDDLE_H
 #define QUIETFLOOR_FFT_ENGINE_TWIDDLE_H

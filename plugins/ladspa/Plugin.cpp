@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The LADSPA plug-in.
 #include <array>
 #include <climits>
@@ -141,7 +142,7 @@ private:
         descriptor.Label = "quietfloor";
         descriptor.Properties = LADSPA_PROPERTY_HARD_RT_CAPABLE;
         descriptor.Name = "quietfloor: steady noise out of one channel";
-        descriptor.Maker = "the quietfloor authors";
+        descriptor.Maker = "The quietfloor authors <quietfloor@example.org>";
         descriptor.Copyright = "MIT";
         descriptor.PortCount = static_cast<unsigned long>(names.size());
         descriptor.PortDescriptors = types.data();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The LV2 plug-ins.
 #include <array>
 #include <climits>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// What the LV2 plug-ins and their description share: identifiers and the order of the ports.
 #ifndef QUIETFLOOR_PLUGINS_LV2_PORTLAYOUT_H
 #define QUIETFLOOR_PLUGINS_LV2_PORTLAYOUT_H

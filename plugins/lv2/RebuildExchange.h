@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// What the audio thread and a host's worker hand each other while a change is built.
 #ifndef QUIETFLOOR_PLUGINS_LV2_REBUILDEXCHANGE_H
 #define QUIETFLOOR_PLUGINS_LV2_REBUILDEXCHANGE_H

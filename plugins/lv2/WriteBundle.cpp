@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Writes the description of the LV2 plug-ins from the tables of parameters and presets.
 // Usage: <program> <folder> <file name of the plug-ins' binary>
 #include <cstdlib>
@@ -6,8 +7,8 @@
 #include <iostream>
 #include <string>
 
+#include "base/Export.h"
 #include "dsp/Presets.h"
-#include "lib/Export.h"
 #include "plugins/Controls.h"
 #include "plugins/ReducerGroup.h"
 #include "plugins/lv2/PortLayout.h"
@@ -116,7 +117,8 @@ void WritePlugin(std::ostream &out, const PluginKind &kind) {
     // Even numbers are releases, as the format asks.
     out << "\n<" << kind.uri << ">\n    a lv2:Plugin , lv2:SpectralPlugin , doap:Project ;\n"
         << "    doap:name " << Quoted(kind.name) << " ;\n"
-        << "    doap:maintainer [ a foaf:Group ; foaf:name \"the quietfloor authors\" ] ;\n"
+        << "    doap:maintainer [ a foaf:Group ; foaf:name \"The quietfloor authors\" ;\n"
+        << "                       foaf:mbox <mailto:quietfloor@example.org> ] ;\n"
         << "    doap:license <https://opensource.org/licenses/MIT> ;\n"
         << "    rdfs:comment \"Takes steady background noise out of sound; learns it by itself.\" ;\n"
         << "    lv2:minorVersion " << 2 * (100 * QUIETFLOOR_VERSION_MAJOR + QUIETFLOOR_VERSION_MINOR)

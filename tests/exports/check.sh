@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: MIT
 # Compares what a shared library exports with the checked-in list, and fails on any difference.
 # Usage: check.sh <library> <list> [prefix of the binary tools, as in x86_64-w64-mingw32-]
 # The list calls the 32-bit integer of the transform routines Int32: `int`, or `long` on Windows. The

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The program's way through a file of any bytes: it becomes a whole new file or none, and nothing else is
 // left behind.
 #include <unistd.h>
@@ -6,10 +7,10 @@
 #include <string>
 
 #include "tests/fuzz/FuzzedSound.h"
-#include "tools/AudioReader.h"
-#include "tools/FileDenoiser.h"
-#include "tools/SoundFormat.h"
-#include "tools/TargetFormat.h"
+#include "tools/denoise/FileDenoiser.h"
+#include "tools/sound/AudioReader.h"
+#include "tools/sound/SoundFormat.h"
+#include "tools/sound/TargetFormat.h"
 
 namespace fs = std::filesystem;
 using namespace quietfloor;
@@ -100,7 +101,12 @@ bool Denoise(const fs::path &source, const fs::path &target, const DenoiseSettin
         return true;
     const SF_INFO info = AudioReader(target).Info();
     REQUIRE(info.channels == report.channels);
-    REQUIRE(BytesPerSample(info.format) == 0 || CountFrames(target) == report.frames); // of lossless formats
+    const int frameBytes = BytesPerSample(info.format) * info.channels;
+    if (frameBytes == 0) // a codec's frames
+        return true;
+    // The sound library takes the byte that pads an AIFF file for a frame where it can be one.
+    const sf_count_t frames = CountFrames(target);
+    REQUIRE(frames == report.frames || (frameBytes == 1 && frames == report.frames + 1));
     return true;
 }
 

@@ -1,24 +1,17 @@
+// SPDX-License-Identifier: MIT
 // Two noise reducers live through the same calls, with other block lengths: whatever these are, both give
 // the same finite samples, store what the interface promises, and recover.
 #include "dsp/Parameters.h"
+#include "tests/Geometries.h"
 #include "tests/StreamInspector.h"
 #include "tests/fuzz/FuzzedSound.h"
-
-using Reducer = dsp::SingleChannelAdaptiveNoise;
 
 namespace {
 
 bool IsSame(float a, float b) { return a == b || (std::isnan(a) && std::isnan(b)); }
 
-double LevelDb(const Samples &x, std::size_t from) {
-    double energy = 1e-30;
-    for (std::size_t i = from; i < x.size(); ++i)
-        energy += static_cast<double>(x[i]) * x[i];
-    return 10 * std::log10(energy);
-}
-
 // A rebuild draws the same dither every time. With a `cut` of 0 in one block.
-Samples Through(Reducer &reducer, Samples x, std::size_t cut) {
+Samples Played(Reducer &reducer, Samples x, std::size_t cut) {
     std::srand(7);
     std::size_t at = 0;
     do {
@@ -47,7 +40,7 @@ public:
             Step();
             for (int i = 0; i < Reducer::kParamCount; ++i)
                 REQUIRE(IsSame(one.GetParameter(i), stored[i]) && IsSame(other.GetParameter(i), stored[i]));
-            REQUIRE(isPending || one.GetLatency() == Geometry().Latency(stored[Reducer::kFilterMode] == 1));
+            REQUIRE(isPending || one.GetLatency() == Expected().latency);
         }
         ending == 0 ? RequireResumedIsNew() : ending == 1 ? RequireRecovery() : RequireDelay();
     }
@@ -84,9 +77,8 @@ private:
         }
     }
 
-    dsp::FrameGeometry Geometry() const {
-        return dsp::MakeFrameGeometry(static_cast<int>(stored[Reducer::kFftSize]),
-                                      stored[Reducer::kFilterMode] == 1);
+    const Geometry &Expected() const {
+        return GeometryOf(static_cast<int>(stored[Reducer::kFftSize]), stored[Reducer::kFilterMode] == 1);
     }
 
     void Set(int index, float value) {
@@ -126,13 +118,13 @@ private:
     }
 
     Samples Process(const Samples &x) {
-        const auto overlap = static_cast<float>(Geometry().overlap);
+        const auto overlap = static_cast<float>(Expected().overlap);
         cost += static_cast<float>(x.size()) * overlap / 2 + (isPending ? stored[Reducer::kFftSize] : 0);
         if (isPending)
             stored[Reducer::kOverlap] = finite[Reducer::kOverlap] = overlap;
         isPending = false;
-        Samples y = Through(one, x, AnyByte(input) * AnyByte(input));
-        REQUIRE(y == Through(other, x, 0));
+        Samples y = Played(one, x, AnyByte(input) * AnyByte(input));
+        REQUIRE(y == Played(other, x, 0));
         for (const float sample : y)
             REQUIRE(std::isfinite(sample));
         return y;
@@ -144,14 +136,14 @@ private:
         for (int i = 0; i < Reducer::kParamCount; ++i)
             fresh.SetParameter(i, finite[i]);
         fresh.SetSampleRate(rate);
-        return Through(fresh, x, 0);
+        return Played(fresh, x, 0);
     }
 
     std::size_t Latency() const { return static_cast<std::size_t>(one.GetLatency()); }
 
     void RequireResumedIsNew() {
         Resume();
-        const Samples x = Noise(2 * Latency() + 2000, 3, 0.02f);
+        const Samples x = WhiteNoise(2 * Latency() + 2000, -40, 3);
         REQUIRE(Process(x) == Fresh(x));
     }
 
@@ -159,7 +151,7 @@ private:
     // The knee alone waits for a rebuild; one far beyond its bounds leaves gains where they are. At low frame
     // rates learning takes long, and at high sample rates the fuzzer does.
     void RequireRecovery() {
-        if (rate > 2500 || rate < 60 * Geometry().hopSize)
+        if (rate > 2500 || rate < 60 * Expected().hop)
             return;
         Process({});
         for (int i = 0; i < Reducer::kParamCount; ++i)
@@ -167,22 +159,22 @@ private:
                 Set(i, quietfloor::ParameterAt(i).defaultValue);
         finite[Reducer::kKneeDb] = dsp::StreamInspector::Record(one).noiseRemover->GivenSettings().KneeDb;
         const auto second = static_cast<std::size_t>(rate);
-        Samples x = Noise(21 * second, 5, 0.02f), loud = Noise(second, 4, 0.5f);
+        Samples x = WhiteNoise(21 * second, -40, 5), loud = WhiteNoise(second, -10, 4);
         std::copy(loud.begin(), loud.end(), x.begin());
         Samples y = Process(x);
         REQUIRE(finite[Reducer::kKneeDb] > 25 ||
-                std::fabs(LevelDb(y, 16 * second) - LevelDb(Fresh(x), 16 * second)) < 2);
+                std::fabs(LevelDb(y, 16 * second, x.size()) - LevelDb(Fresh(x), 16 * second, x.size())) < 2);
         y.resize(second);
-        REQUIRE(LevelDb(y, second / 2) < LevelDb(loud, second / 2) + 1);
+        REQUIRE(LevelDb(y, second / 2, second) < LevelDb(loud, second / 2, second) + 1);
     }
 
     // With no reduction every sample comes out as it came in, the latency later.
     void RequireDelay() {
         Set(Reducer::kReductionDb, 0);
         Resume();
-        const dsp::FrameGeometry g = Geometry();
-        const int lost = g.filterMode ? g.analysisLength - g.hopSize - g.writePos : 0;
-        const Samples x = Noise(2 * Latency() + 2000, 9, 0.5f), y = Process(x);
+        const Geometry &g = Expected();
+        const int lost = g.filterMode ? g.analysisLength - g.hop - g.writePos : 0;
+        const Samples x = WhiteNoise(2 * Latency() + 2000, -10, 9), y = Process(x);
         for (std::size_t i = Latency() + static_cast<std::size_t>(lost); i < y.size(); ++i)
             REQUIRE(std::fabs(y[i] - x[i - Latency()]) < 1e-6f);
     }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The transform routines, compared with the definition and among themselves, through every way to call them.
 #include <cstring>
 #include <memory>
@@ -7,6 +8,7 @@
 #include "tests/fuzz/FuzzedSound.h"
 
 using namespace FftEngine;
+using namespace quietfloor;
 
 namespace {
 

@@ -1,4 +1,9 @@
-#include "fft/engine/VectorAvx2.h"
+// SPDX-License-Identifier: MIT
+#include "simd/Vector.h"
+
+namespace {
+using VectorD = Vector<double, 4>;
+} // namespace
 
 #include "tests/levels/VectorMathBody.h"
 

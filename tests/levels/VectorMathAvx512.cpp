@@ -1,4 +1,9 @@
-#include "fft/engine/VectorAvx512.h"
+// SPDX-License-Identifier: MIT
+#include "simd/Vector.h"
+
+namespace {
+using VectorD = Vector<double, 8>;
+} // namespace
 
 #include "tests/levels/VectorMathBody.h"
 

@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: MIT
 #ifndef QUIETFLOOR_TESTS_LEVELS_VECTORMATHBODY_H
 #define QUIETFLOOR_TESTS_LEVELS_VECTORMATHBODY_H
 
-#include "fft/engine/VectorMath.h"
+#include "simd/VectorMath.h"
 #include "tests/levels/VectorMathTable.h"
 
 namespace {

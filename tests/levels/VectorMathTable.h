@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /// The vector mathematics over arrays. The library reaches it only inside the kernels of a level, so a
 /// test has these tables compiled as a level's file is.
 #ifndef QUIETFLOOR_TESTS_LEVELS_VECTORMATHTABLE_H
@@ -11,6 +12,6 @@ struct VectorMathTable {
     void (*pow)(const double *x, double exponent, double *y, int count);
 };
 
-extern const VectorMathTable genericVectorMath, avx2VectorMath, avx512VectorMath;
+extern const VectorMathTable portableVectorMath, avx2VectorMath, avx512VectorMath;
 
 #endif

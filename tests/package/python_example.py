@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Runs the Python example on a WAV file made here: noise on the left falls, and a late click on the right
 stays in place and at its height.
 

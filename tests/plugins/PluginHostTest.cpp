@@ -1,9 +1,11 @@
+// SPDX-License-Identifier: MIT
 // The LV2 plug-ins in a host that has a worker or none, and that sees what its audio thread allocates.
 #include <gtest/gtest.h>
 #include <lilv/lilv.h>
 #include <lv2/worker/worker.h>
 
 #include <array>
+#include <tuple>
 
 #include "tests/Signals.h"
 
@@ -35,7 +37,20 @@ void free(void *block) {
 namespace {
 
 using Channels = std::vector<Samples>;
-enum Control : std::size_t { latency, enabled, reduction, fftSize = 7, filterMode = 10, controlCount };
+enum Control : std::size_t {
+    latency,
+    enabled,
+    reduction,
+    offset,
+    sensitivity,
+    strength,
+    bandwidth,
+    fftSize,
+    knee,
+    release,
+    filterMode,
+    controlCount
+};
 
 struct Host {
     Host(std::size_t channelCount, bool hasWorker, double rate = 48000) : channels(channelCount) {
@@ -65,11 +80,12 @@ struct Host {
     Channels Run(Channels x) {
         const void *extension = lilv_instance_get_extension_data(instance, LV2_WORKER__interface);
         const auto work = static_cast<const LV2_Worker_Interface *>(extension)->work;
-        for (std::uint32_t at = 0, block = 1; at + block <= x[0].size();
-             at += block, block = block * 7 % 1021) {
+        taken = 0;
+        for (std::uint32_t block = 1; taken + block <= x[0].size();
+             taken += block, block = block * 7 % 1021) {
             for (std::size_t c = 0; c < channels; ++c) {
-                Connect(c, &x[c][at]);
-                Connect(channels + c, &x[channels - 1 - c][at]);
+                Connect(c, &x[c][taken]);
+                Connect(channels + c, &x[channels - 1 - c][taken]);
             }
             isWatching = true;
             lilv_instance_run(instance, block);
@@ -95,6 +111,7 @@ struct Host {
     std::vector<float> lowest, highest, values; // of all ports
     std::string message;                        // to the worker
     int workCount = 0;
+    std::size_t taken = 0; // samples of the last run; the others stay
     LV2_Worker_Schedule schedule{this, Schedule};
     LV2_Feature workerFeature{LV2_WORKER__schedule, &schedule};
     const LV2_Feature *features[2] = {&workerFeature, nullptr};
@@ -150,6 +167,68 @@ TEST(PluginHost, ASizeOrModeChangesWithoutAClickAndStaysInTime) {
             }
 }
 
+// Equal channels, which share the dither, stay equal bit for bit.
+TEST(PluginHost, ANewGroupIsNotHeardBeforeItHasLearntTheNoise) {
+    const Channels learnt(2, WhiteNoise(2 * 48000, -40)), x(2, WhiteNoise(8 * 48000, -40, 2));
+    for (int size = 128; size <= 16384; size *= 2)
+        for (const float mode : {0.0f, 1.0f}) {
+            Host host(2, true);
+            host.Run(learnt);
+            host[fftSize] = static_cast<float>(size);
+            host[filterMode] = mode;
+            const Channels y = host.Run(x);
+            double loudest = -200;
+            for (std::size_t at = 0; at + 4800 < y[0].size() - 1021; at += 2400)
+                loudest = std::max(loudest, LevelDb(y[0], at, at + 4800));
+            EXPECT_LT(loudest, -47) << size << ' ' << mode;
+            EXPECT_TRUE(IsWithin(0, {y[0]}, {y[1]}, 0, 8 * 48000, 0)) << size << ' ' << mode;
+        }
+}
+
+TEST(PluginHost, ControlsActAsTheObjectsParametersDo) {
+    constexpr std::tuple<Control, int, float> moves[] = {
+        {reduction, Reducer::kReductionDb, 12.0f},  {offset, Reducer::kOffsetDb, -3.0f},
+        {sensitivity, Reducer::kSensitivity, 8.0f}, {strength, Reducer::kStrength, 55.0f},
+        {bandwidth, Reducer::kBandWidthHz, 0.0f},   {release, Reducer::kReleaseMs, 50.0f}};
+    const Samples x = WhiteNoise(48000, -40);
+    Host host(1, false);
+    Reducer object;
+    object.SetSampleRate(48000);
+    object.Resume();
+    for (const auto &[control, parameter, value] : moves) {
+        host[control] = value;
+        object.SetParameter(parameter, value);
+        const Channels y = host.Run({x});
+        Samples expected = x;
+        object.Process(expected.data(), expected.data(), static_cast<int>(host.taken));
+        EXPECT_TRUE(IsWithin(1e-5f, {expected}, y, 0, 48000, 0)) << control;
+    }
+}
+
+TEST(PluginHost, AGroupThatListensFollowsTheControls) {
+    Host host(1, true);
+    host[fftSize] = 4096;
+    host.Run({WhiteNoise(48000, -40, 2)});
+    EXPECT_EQ(host[latency], 512) << "what is heard";
+    host[reduction] = 0;
+    const Channels y = host.Run({WhiteNoise(3 * 48000, -40)});
+    EXPECT_EQ(host[latency], 3584);
+    double faintest = 0;
+    for (std::size_t at = 24000; at < 2 * 48000; at += 480)
+        faintest = std::min(faintest, LevelDb(y[0], at, at + 480));
+    EXPECT_GT(faintest, -45) << "3 dB and some chance in the middle of the fade";
+}
+
+TEST(PluginHost, OnlyWhatTakesARebuildIsBuiltAnew) {
+    for (std::size_t control = reduction; control < controlCount; ++control) {
+        Host host(1, true);
+        host[control] = host.highest[2 + control];
+        host.Run({Samples(2000)});
+        const bool isBuilt = control == fftSize || control == knee || control == filterMode;
+        EXPECT_EQ(host.workCount, isBuilt ? 1 : 0) << control;
+    }
+}
+
 TEST(PluginHost, OfQuickChangesOnlyTheLastIsHeard) {
     const Channels x = Rumble(2, 1);
     Host host(2, true), plain(2, true);
@@ -168,6 +247,27 @@ TEST(PluginHost, BypassFadesToTheDelayedInput) {
         const Channels y = host.Run(x);
         EXPECT_EQ(IsWithin(pass % 2 ? 0.1f : 0, x, y, 1000, 5 * 48000, 512), pass % 2 == 0);
         EXPECT_TRUE(IsWithin(largestStep, y, y, 0, 5 * 48000, 1));
+    }
+}
+
+// No sample differs from the input while the other group listens and after it has taken over.
+TEST(PluginHost, ABypassedChangeStaysInTimeAndActivationForgetsTheInput) {
+    const Channels x = Rumble(2, 8);
+    for (const auto &[size, mode, delay] :
+         std::array<std::array<int, 3>, 3>{{{128, 0, 128}, {2048, 1, 1920}, {16384, 0, 13107}}}) {
+        Host host(2, true);
+        host[enabled] = 0;
+        lilv_instance_activate(host.instance);
+        host[fftSize] = static_cast<float>(size);
+        host[filterMode] = static_cast<float>(mode);
+        Channels y = host.Run(x);
+        EXPECT_TRUE(IsWithin(0, x, y, 0, 48000, 512)) << size;
+        EXPECT_TRUE(IsWithin(0, x, y, 6 * 48000, 8 * 48000, delay)) << size;
+        EXPECT_TRUE(IsWithin(largestStep, y, y, 0, 8 * 48000, 1)) << size;
+        lilv_instance_activate(host.instance);
+        y = host.Run(x);
+        EXPECT_EQ(std::count(y[1].begin(), y[1].begin() + delay, 0.0f), delay) << size;
+        EXPECT_TRUE(IsWithin(0, x, y, 0, 48000, delay)) << size;
     }
 }
 

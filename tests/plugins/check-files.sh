@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: MIT
 # Looks at what hosts find of the plug-ins before they run them: the exported names, the description of the
 # bundle by the schemas of the format, the presets, and PipeWire's example against the plug-in's controls.
 # Usage: check-files.sh <LV2 bundle> <LADSPA plug-in> <PipeWire configuration>

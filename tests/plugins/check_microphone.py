@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Compares PipeWire's example with the plug-in: its label, all of its controls, each value within its bounds.
 
 Usage: analyseplugin <plug-in> | check_microphone.py <the configuration as JSON>

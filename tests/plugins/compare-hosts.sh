@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: MIT
 # Sends a noisy file through the plug-ins in every host at hand and compares each result with the
 # program's. A host that compensates the delay must give the very same stream in time.
 # Usage: compare-hosts.sh <program> <folder of the LV2 bundle> <folder of the LADSPA plug-in>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // More than a day of audio through one object, faster than it would sound. Every hour of it ends in a minute
 // of noisy speech that is measured. Usage: Soak gains|filter [HOURS]; exits with 1 on the first violation.
 #include <malloc.h>

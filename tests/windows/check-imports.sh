@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: MIT
 # Fails if a Windows binary asks for more than the system's own libraries: what comes with a compiler is
 # linked in.
 # Usage: check-imports.sh <DLL or program>...

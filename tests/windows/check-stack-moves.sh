@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: MIT
 # The stack of 64-bit Windows is aligned to 16 bytes only, so that an aligned move of a wider vector to or
 # from it may fault: fails on any in the object files of the processor levels.
 # Usage: check-stack-moves.sh <object file>...

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Completion of quietfloor's command line for bash. The program itself says what there is to choose from.
 
 _quietfloor() {

@@ -1,0 +1,125 @@
+# SPDX-License-Identifier: MIT
+"""The noise reducers that are compared. Each takes a noisy signal and gives one of the same length that is not late."""
+
+import contextlib
+import ctypes
+import json
+import subprocess
+import threading
+
+import numpy as np
+
+FILTER_MODE = "filter-mode"
+
+
+def padded(noisy, before, after):
+    """Silence around the signal, so that the whole of it comes out of something that is late."""
+    return np.concatenate([np.zeros(before), noisy, np.zeros(after)])
+
+
+SAMPLES = np.ctypeslib.ndpointer(np.float32, ndim=1, flags="C_CONTIGUOUS")
+HANDLE, INT, FLOAT = ctypes.c_void_p, ctypes.c_int, ctypes.c_float
+
+
+def bind(library, prefix, signatures):
+    """Gives functions their types: name, result, arguments."""
+    for name, result, *arguments in signatures:
+        function = getattr(library, prefix + name)
+        function.restype, function.argtypes = result, arguments
+
+
+class Library:
+    """lib/quietfloor.h, from the shared library at `path`. Parameters are dictionaries of name and value; what they
+    leave out has its default."""
+
+    def __init__(self, path):
+        self.c = ctypes.CDLL(str(path))
+        bind(self.c, "quietfloor_", [
+            ("create", HANDLE),
+            ("destroy", None, HANDLE),
+            ("set_parameter", INT, HANDLE, INT, FLOAT),
+            ("get_parameter", FLOAT, HANDLE, INT),
+            ("set_sample_rate", INT, HANDLE, INT),
+            ("resume", INT, HANDLE),
+            ("latency", INT, HANDLE),
+            ("process", INT, HANDLE, SAMPLES, SAMPLES, INT),
+            ("parameter_count", INT),
+            ("parameter_name", ctypes.c_char_p, INT),
+        ])
+        self.one_at_a_time = threading.Lock()
+        self.parameters = [
+            self.c.quietfloor_parameter_name(index).decode() for index in range(self.c.quietfloor_parameter_count())
+        ]
+
+    @contextlib.contextmanager
+    def reducer(self, values, rate):
+        handle = self.c.quietfloor_create()
+        try:
+            for name, value in values.items():
+                self.c.quietfloor_set_parameter(handle, self.parameters.index(name), value)
+            self.c.quietfloor_set_sample_rate(handle, rate)
+            with self.one_at_a_time:
+                ctypes.CDLL(None).srand(1)  # resume draws the dither: so every bit is the same on every run
+                if self.c.quietfloor_resume(handle) != 0:
+                    raise MemoryError("quietfloor_resume")
+            yield handle
+        finally:
+            self.c.quietfloor_destroy(handle)
+
+    def latency(self, values, rate):
+        """In samples."""
+        with self.reducer(values, rate) as handle:
+            return self.c.quietfloor_latency(handle)
+
+    def reduce(self, values, noisy, rate):
+        with self.reducer(values, rate) as handle:
+            delay = self.c.quietfloor_latency(handle)
+            # The filter's first block begins half a hop into the stream: silence goes ahead of the signal.
+            mode = self.c.quietfloor_get_parameter(handle, self.parameters.index(FILTER_MODE))
+            ahead = delay if mode else 0
+            signal = padded(noisy, ahead, delay).astype(np.float32)
+            self.c.quietfloor_process(handle, signal, signal, len(signal))
+            return signal[ahead + delay :].astype(float)
+
+    def contender(self, values):
+        return lambda noisy, rate: self.reduce(values, noisy, rate)
+
+
+def presets(program):
+    """Name and parameters of each preset, as the program lists them."""
+    listed = subprocess.run([str(program), "--list-presets", "--json"], check=True, stdout=subprocess.PIPE)
+    return {preset["name"]: preset["values"] for preset in json.loads(listed.stdout)}
+
+
+class Speex:
+    """speexdsp's preprocessor with nothing but its noise suppression, in frames of 20 ms. `suppress_db` is the most
+    that noise is turned down, in dB below 0; -15 is its default."""
+
+    SET_DENOISE, SET_AGC, SET_DEREVERB, SET_NOISE_SUPPRESS = 0, 2, 8, 18  # of speex/speex_preprocess.h
+
+    def __init__(self, suppress_db):
+        self.suppress_db = suppress_db
+        self.c = ctypes.CDLL("libspeexdsp.so.1")
+        bind(self.c, "speex_preprocess_", [
+            ("state_init", HANDLE, INT, INT),
+            ("state_destroy", None, HANDLE),
+            ("ctl", INT, HANDLE, INT, ctypes.POINTER(INT)),
+            ("run", INT, HANDLE, np.ctypeslib.ndpointer(np.int16, ndim=1, flags="C_CONTIGUOUS")),
+        ])
+
+    def __call__(self, noisy, rate):
+        frame = rate // 50  # also the delay, of overlapping windows
+        whole = padded(noisy, 0, frame + -len(noisy) % frame)
+        blocks = np.rint(32767 * np.clip(whole, -1, 1)).astype(np.int16).reshape(-1, frame)
+        state = self.c.speex_preprocess_state_init(frame, rate)
+        for request, value in [
+            (self.SET_DENOISE, 1),
+            (self.SET_AGC, 0),
+            (self.SET_DEREVERB, 0),
+            (self.SET_NOISE_SUPPRESS, self.suppress_db),
+        ]:
+            self.c.speex_preprocess_ctl(state, request, ctypes.byref(INT(value)))
+        for block in blocks:
+            self.c.speex_preprocess_run(state, block)
+        self.c.speex_preprocess_state_destroy(state)
+        return blocks.ravel()[frame : frame + len(noisy)] / 32767

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+/// A sound on its way through the noise reducers.
+#ifndef QUIETFLOOR_TOOLS_DENOISE_SOUNDSTREAM_H
+#define QUIETFLOOR_TOOLS_DENOISE_SOUNDSTREAM_H
+
+#include <cstdint>
+
+#include <sndfile.h>
+
+#include "dsp/ChannelGroup.h"
+#include "tools/denoise/DenoiseSettings.h"
+#include "tools/denoise/NoiseFloorMeter.h"
+#include "tools/picture/Spectrogram.h"
+#include "tools/sound/AudioWriter.h"
+#include "tools/system/Row.h"
+
+namespace quietfloor {
+
+/// Holds interleaved frames back by a fixed number of them.
+class FrameDelay {
+public:
+    FrameDelay(sf_count_t frames, int channels) : ring(frames * channels) {}
+
+    /// In place; `count` samples of all channels together.
+    void Process(float *samples, std::int64_t count);
+
+private:
+    Row<float> ring;
+    std::int64_t at = 0;
+};
+
+/// Keeps source, cleaned sound and what was removed in step. The reducers are late: their latency is dropped
+/// at the front and pushed out by silence at the end, and the source is delayed by as much before it is mixed
+/// or compared.
+class SoundStream {
+public:
+    static constexpr int blockFrames = 1024; // how far a live pipe may be behind
+
+    SoundStream(const SF_INFO &source, const DenoiseSettings &settings, AudioWriter &target,
+                Spectrogram *picture);
+
+    int Latency() const { return reducers.GetLatency(); }
+
+    /// Teaches the reducers the noise of a stretch of the source, of which nothing is heard.
+    void Prime(const Row<float> &interleaved);
+
+    /// After Prime. Makes the target begin where the source does.
+    void Begin();
+
+    /// At most `blockFrames` interleaved frames.
+    void Push(const float *frames, int count);
+
+    void End();
+
+    double FloorBeforeDb() const { return before.FloorDb(); }
+    double FloorAfterDb() const { return after.FloorDb(); }
+
+private:
+    void Feed(const float *frames, int count);
+    void FeedSilence(int frames);
+    void Mix(int frames);
+    void Draw(int frames);
+
+    const DenoiseSettings &settings;
+    AudioWriter &writer;
+    Spectrogram *picture; // null for none
+    dsp::ChannelGroup reducers;
+    FrameDelay delay;
+    NoiseFloorMeter before, after;
+    int channels;
+    Row<float> dry, wet, residual; // one block each; wet becomes the mix
+    Row<float> means[3];           // of the channels, for the picture
+    bool isPrimed = false;
+    int toDrop = 0; // frames
+    int toSkip;     // frames before the sound begins in a late target
+};
+
+} // namespace quietfloor
+
+#endif
