@@ -1,13 +1,20 @@
 # SPDX-License-Identifier: MIT
-"""The noise reducers that are compared. Each takes a noisy signal and gives one of the same length that is not late."""
+"""The noise reducers that are compared. Each takes a noisy signal and gives one of the same length that is not late.
+They can be sent to other processes."""
 
 import contextlib
 import ctypes
+import dataclasses
+import functools
 import json
+import pathlib
+import shlex
 import subprocess
-import threading
+import tempfile
+import warnings
 
 import numpy as np
+from scipy.io import wavfile
 
 FILTER_MODE = "filter-mode"
 
@@ -33,7 +40,8 @@ class Library:
     leave out has its default."""
 
     def __init__(self, path):
-        self.c = ctypes.CDLL(str(path))
+        self.path = path
+        self.c = ctypes.CDLL(path)
         bind(self.c, "quietfloor_", [
             ("create", HANDLE),
             ("destroy", None, HANDLE),
@@ -46,7 +54,6 @@ class Library:
             ("parameter_count", INT),
             ("parameter_name", ctypes.c_char_p, INT),
         ])
-        self.one_at_a_time = threading.Lock()
         self.parameters = [
             self.c.quietfloor_parameter_name(index).decode() for index in range(self.c.quietfloor_parameter_count())
         ]
@@ -58,10 +65,9 @@ class Library:
             for name, value in values.items():
                 self.c.quietfloor_set_parameter(handle, self.parameters.index(name), value)
             self.c.quietfloor_set_sample_rate(handle, rate)
-            with self.one_at_a_time:
-                ctypes.CDLL(None).srand(1)  # resume draws the dither: so every bit is the same on every run
-                if self.c.quietfloor_resume(handle) != 0:
-                    raise MemoryError("quietfloor_resume")
+            ctypes.CDLL(None).srand(1)  # resume draws the dither: so every bit is the same on every run
+            if self.c.quietfloor_resume(handle) != 0:
+                raise MemoryError("quietfloor_resume")
             yield handle
         finally:
             self.c.quietfloor_destroy(handle)
@@ -81,13 +87,49 @@ class Library:
             self.c.quietfloor_process(handle, signal, signal, len(signal))
             return signal[ahead + delay :].astype(float)
 
-    def contender(self, values):
-        return lambda noisy, rate: self.reduce(values, noisy, rate)
+
+library = functools.lru_cache(Library)  # opened once in each process
 
 
-def presets(program):
+@dataclasses.dataclass(frozen=True)
+class Stream:
+    """The library at `path` over a stream that begins with the signal."""
+
+    path: str
+    values: tuple  # pairs of parameter and value
+
+    def __call__(self, noisy, rate):
+        return library(self.path).reduce(dict(self.values), noisy, rate)
+
+
+@dataclasses.dataclass(frozen=True)
+class Command:
+    """A command line, in which IN and OUT stand for WAV files of 32-bit floats. Its delay is not taken off."""
+
+    line: str
+
+    def __call__(self, noisy, rate):
+        with tempfile.TemporaryDirectory() as folder:
+            files = {name: str(pathlib.Path(folder, name + ".wav")) for name in ("IN", "OUT")}
+            wavfile.write(files["IN"], rate, noisy.astype(np.float32))
+            words = [files.get(word, word) for word in shlex.split(self.line)]
+            subprocess.run(words, check=True, stdout=subprocess.DEVNULL)
+            with warnings.catch_warnings():
+                warnings.simplefilter("ignore", wavfile.WavFileWarning)  # of chunks that are neither format nor sound
+                _, processed = wavfile.read(files["OUT"])
+        if processed.dtype != np.float32 or processed.ndim != 1:
+            raise ValueError(f"not one channel of 32-bit floats: {self.line}")
+        return np.pad(processed.astype(float), (0, max(0, len(noisy) - len(processed))))[: len(noisy)]
+
+
+def program(path, *options):
+    """The program over a file."""
+    return Command(shlex.join([str(path), *options, "--force", "--quiet", "IN", "OUT"]))
+
+
+def presets(path):
     """Name and parameters of each preset, as the program lists them."""
-    listed = subprocess.run([str(program), "--list-presets", "--json"], check=True, stdout=subprocess.PIPE)
+    listed = subprocess.run([str(path), "--list-presets", "--json"], check=True, stdout=subprocess.PIPE)
     return {preset["name"]: preset["values"] for preset in json.loads(listed.stdout)}
 
 
@@ -99,27 +141,32 @@ class Speex:
 
     def __init__(self, suppress_db):
         self.suppress_db = suppress_db
-        self.c = ctypes.CDLL("libspeexdsp.so.1")
-        bind(self.c, "speex_preprocess_", [
+
+    @staticmethod
+    def functions():
+        c = ctypes.CDLL("libspeexdsp.so.1")
+        bind(c, "speex_preprocess_", [
             ("state_init", HANDLE, INT, INT),
             ("state_destroy", None, HANDLE),
             ("ctl", INT, HANDLE, INT, ctypes.POINTER(INT)),
             ("run", INT, HANDLE, np.ctypeslib.ndpointer(np.int16, ndim=1, flags="C_CONTIGUOUS")),
         ])
+        return c
 
     def __call__(self, noisy, rate):
         frame = rate // 50  # also the delay, of overlapping windows
         whole = padded(noisy, 0, frame + -len(noisy) % frame)
         blocks = np.rint(32767 * np.clip(whole, -1, 1)).astype(np.int16).reshape(-1, frame)
-        state = self.c.speex_preprocess_state_init(frame, rate)
+        c = self.functions()
+        state = c.speex_preprocess_state_init(frame, rate)
         for request, value in [
             (self.SET_DENOISE, 1),
             (self.SET_AGC, 0),
             (self.SET_DEREVERB, 0),
             (self.SET_NOISE_SUPPRESS, self.suppress_db),
         ]:
-            self.c.speex_preprocess_ctl(state, request, ctypes.byref(INT(value)))
+            c.speex_preprocess_ctl(state, request, ctypes.byref(INT(value)))
         for block in blocks:
-            self.c.speex_preprocess_run(state, block)
-        self.c.speex_preprocess_state_destroy(state)
+            c.speex_preprocess_run(state, block)
+        c.speex_preprocess_state_destroy(state)
         return blocks.ravel()[frame : frame + len(noisy)] / 32767

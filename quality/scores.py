@@ -6,72 +6,62 @@ import numpy as np
 from quality import measures
 from quality.stoi import stoi
 
-HIGH_EDGE_HZ = 4000
+SHORTEST_PAUSES_SECONDS = 0.5  # with less noise alone, nothing is said of it
 
-# Key, heading and format of each figure. All are changes from the noisy recording to the processed one or, where
-# levels of speech are meant, from the clean one to the processed one: dB, but for STOI and musical noise.
+# Key, heading and format of each figure.
 COLUMNS = [
-    ("si_sdr", "SI-SDR", "+.1f"),  # from the first to the last sample that is measured
-    ("segmental_snr", "segmental SNR", "+.1f"),
-    ("stoi", "STOI", "+.3f"),
-    ("pauses", "noise in pauses", "+.1f"),
-    ("musical_noise", "its musical noise", "+.2f"),  # log kurtosis ratio
-    ("loud_level", "loud speech: level", "+.1f"),  # frames within 10 dB of the loudest
-    ("loud_si_sdr", "its SI-SDR", "+.1f"),
-    ("weak_level", "weak speech: level", "+.1f"),  # frames 15 to 30 dB below the loudest
-    ("high_level", "above 4 kHz: level", "+.1f"),  # frames within 15 dB of the loudest there
+    ("si_sdr", "SI-SDR", "+.1f"),  # gain, dB
+    ("segmental_snr", "segmental SNR", "+.1f"),  # gain, dB
+    ("stoi", "STOI", "+.3f"),  # gain
+    ("attenuation", "noise attenuation", ".1f"),  # dB, A-weighted, in pauses
+    ("kurtosis", "kurtosis ratio", ".2f"),
+    ("distance", "spectral distance", ".1f"),  # dB, of speech that is 15 dB above the noise
+    ("gain", "its gain", "+.1f"),  # dB
 ]
-CHANGES = ["si_sdr", "segmental_snr", "stoi", "pauses", "loud_si_sdr"]
 
 
 class Scorer:
-    """Holds what depends on the recording alone. `before` has the figures of the noisy recording itself, absolute."""
+    """Holds what depends on the recording alone. What is before sample `start` is heard but not measured. `before` has
+    the figures of the noisy recording itself."""
 
-    def __init__(self, recording):
-        self.recording = recording
-        self.rate = recording.rate
-        self.clean = recording.clean[recording.start :]
-        self.noisy = recording.noisy[recording.start :]
-        self.high_clean = measures.high_pass(self.clean, self.rate, HIGH_EDGE_HZ)
-        levels = measures.levels_below_loudest(self.clean, self.rate)
-        self.pauses = measures.pause_frames(self.clean, self.rate)
-        self.loud = levels >= -10
-        self.weak = (levels >= -30) & (levels < -15)
-        self.high = measures.levels_below_loudest(self.high_clean, self.rate) >= -15
-        self.before = self._absolute(self.noisy)
+    def __init__(self, clean, noisy, rate, start=0):
+        self.rate, self.start = rate, start
+        self.clean, self.noisy = clean[start:], noisy[start:]
+        self.pauses = measures.samples_of(measures.pause_frames(self.clean, rate), len(self.clean), rate)
+        self.has_pauses = np.sum(self.pauses) >= SHORTEST_PAUSES_SECONDS * rate
+        self.quiet_rows = measures.spectra_within(self.pauses, rate)
+        self.clean_power = measures.power_spectra(self.clean, rate)
+        self.clear = measures.clear_bins(self.clean_power, measures.power_spectra(self.noisy - self.clean, rate))
+        self.noise_power = measures.power_spectra(self.noisy, rate)[self.quiet_rows]
+        self.noise_level_db = self._noise_level_db(self.noisy)
+        self.before = self._gained(self.noisy)
 
-    def _take(self, signal, selected):
-        return measures.take(signal, self.rate, selected)
+    def _noise_level_db(self, signal):
+        return measures.level_db(measures.a_weighted(signal, self.rate)[self.pauses]) if self.has_pauses else np.nan
 
-    def _absolute(self, processed):
-        gains = {
-            key: measures.speech_gain_db(self._take(clean, selected), self._take(signal, selected))
-            for key, clean, signal, selected in [
-                ("loud_level", self.clean, processed, self.loud),
-                ("weak_level", self.clean, processed, self.weak),
-                ("high_level", self.high_clean, measures.high_pass(processed, self.rate, HIGH_EDGE_HZ), self.high),
-            ]
-        }
+    def _gained(self, signal):
         return {
-            "si_sdr": measures.si_sdr_db(self.clean, processed),
-            "segmental_snr": measures.segmental_snr_db(self.clean, processed, self.rate),
-            "stoi": stoi(self.clean, processed, self.rate),
-            "pauses": measures.level_db(self._take(processed, self.pauses)),
-            "loud_si_sdr": measures.si_sdr_db(self._take(self.clean, self.loud), self._take(processed, self.loud)),
-            **gains,
+            "si_sdr": measures.si_sdr_db(self.clean, signal),
+            "segmental_snr": measures.segmental_snr_db(self.clean, signal, self.rate),
+            "stoi": stoi(self.clean, signal, self.rate),
         }
 
     def score(self, processed):
         """`processed` is as long as the noisy recording and not late."""
-        processed = processed[self.recording.start :]
-        scores = self._absolute(processed)
-        for key in CHANGES:
-            scores[key] -= self.before[key]
-        scores["musical_noise"] = measures.log_kurtosis_ratio(
-            self._take(self.noisy, self.pauses), self._take(processed, self.pauses)
-        )
-        return scores
+        processed = processed[self.start :]
+        power = measures.power_spectra(processed, self.rate)
+        after = power[self.quiet_rows]
+        kurtosis = measures.kurtosis_ratio(self.noise_power, after, self.rate) if self.has_pauses else np.nan
+        return {
+            **{key: value - self.before[key] for key, value in self._gained(processed).items()},
+            "attenuation": self.noise_level_db - self._noise_level_db(processed),
+            "kurtosis": kurtosis,
+            "distance": measures.log_spectral_distance_db(self.clean_power, power, self.clear),
+            "gain": measures.spectral_gain_db(self.clean_power, power, self.clear),
+        }
 
 
 def mean(scores):
-    return {key: np.mean([score[key] for score in scores]) for key in scores[0]}
+    """Over recordings; those that have no value for a figure do not count for it."""
+    rows = {key: [score[key] for score in scores if not np.isnan(score[key])] for key in scores[0]}
+    return {key: np.mean(values) if values else np.nan for key, values in rows.items()}
