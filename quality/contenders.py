@@ -17,6 +17,7 @@ import numpy as np
 from scipy.io import wavfile
 
 FILTER_MODE = "filter-mode"
+ESTIMATOR = "estimator"  # 0: the gate, 1: the log-spectral one
 
 
 def padded(noisy, before, after):
@@ -53,17 +54,39 @@ class Library:
             ("process", INT, HANDLE, SAMPLES, SAMPLES, INT),
             ("parameter_count", INT),
             ("parameter_name", ctypes.c_char_p, INT),
+            ("parameter_is_settable", INT, INT),
+            ("parameter_default", FLOAT, INT),
+            ("parameter_bounds", INT, INT, ctypes.POINTER(FLOAT), ctypes.POINTER(FLOAT)),
         ])
+        self.has_estimators = hasattr(self.c, "quietfloor_set_estimator")
+        if self.has_estimators:
+            bind(self.c, "quietfloor_", [("set_estimator", INT, HANDLE, INT)])
         self.parameters = [
             self.c.quietfloor_parameter_name(index).decode() for index in range(self.c.quietfloor_parameter_count())
         ]
+
+    def settable(self):
+        """Default, lowest and highest value of each parameter by name; where there are two estimators, one more."""
+        found = {}
+        for index, name in enumerate(self.parameters):
+            if self.c.quietfloor_parameter_is_settable(index):
+                low, high = FLOAT(), FLOAT()
+                self.c.quietfloor_parameter_bounds(index, low, high)
+                found[name] = self.c.quietfloor_parameter_default(index), low.value, high.value
+        return {**found, ESTIMATOR: (0.0, 0.0, 1.0)} if self.has_estimators else found
+
+    def _set(self, handle, name, value):
+        if name == ESTIMATOR:
+            self.c.quietfloor_set_estimator(handle, int(value))
+        else:
+            self.c.quietfloor_set_parameter(handle, self.parameters.index(name), value)
 
     @contextlib.contextmanager
     def reducer(self, values, rate):
         handle = self.c.quietfloor_create()
         try:
             for name, value in values.items():
-                self.c.quietfloor_set_parameter(handle, self.parameters.index(name), value)
+                self._set(handle, name, value)
             self.c.quietfloor_set_sample_rate(handle, rate)
             ctypes.CDLL(None).srand(1)  # resume draws the dither: so every bit is the same on every run
             if self.c.quietfloor_resume(handle) != 0:
@@ -100,6 +123,11 @@ class Stream:
 
     def __call__(self, noisy, rate):
         return library(self.path).reduce(dict(self.values), noisy, rate)
+
+
+def stream(opened, values):
+    """`values` are parameters by name."""
+    return Stream(opened.path, tuple(values.items()))
 
 
 @dataclasses.dataclass(frozen=True)

@@ -18,7 +18,7 @@ def size_table(folder, library, values, places):
         (size, mode): {**values, "fft-size": size, "filter-mode": mode}
         for size, mode in itertools.product(SIZES, [0, 1])
     }
-    streams = {key: contenders.Stream(library.path, tuple(found.items())) for key, found in tried.items()}
+    streams = {key: contenders.stream(library, found) for key, found in tried.items()}
     [result] = compare.run(folder, places, streams).values()
     headings = [heading for key, heading, _ in scores.COLUMNS if key in SIZE_COLUMNS]
     yield ""

@@ -33,7 +33,7 @@ class Contenders(unittest.TestCase):
     def test_parameters_reach_the_library(self):
         noise = 0.01 * noises.make(noises.white, 5 * RATE, RATE, np.random.RandomState(1))
         for reduction in 6, 15:
-            run = contenders.Stream(self.library.path, (("reduction", reduction), ("fft-size", 2048)))
+            run = contenders.stream(self.library, {"reduction": reduction, "fft-size": 2048})
             out = run(noise, RATE)[4 * RATE :]
             self.assertAlmostEqual(measures.level_db(out) - measures.level_db(noise), -reduction, delta=1)
         self.assertEqual(self.library.latency({"fft-size": 2048}, RATE), 2048)
