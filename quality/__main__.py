@@ -44,8 +44,10 @@ def contenders_of(options, library):
     if options.values and not options.search:
         rows["(as given)"] = contenders.stream(library, parse_values(options.values, library))
     if not rows:
+        presets = contenders.presets(program)
         rows["(defaults)"] = contenders.program(program)
-        rows.update((name, contenders.program(program, "--preset", name)) for name in contenders.presets(program))
+        rows.update((name, contenders.program(program, "--preset", name)) for name in presets)
+        rows["speech, as a stream"] = contenders.stream(library, presets["speech"])
     return {**rows, "speexdsp": contenders.Speex(-15), "speexdsp, -25 dB": contenders.Speex(-25)}
 
 

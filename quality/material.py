@@ -9,6 +9,7 @@ import dataclasses
 import hashlib
 import os
 import pathlib
+import shutil
 import zlib
 from functools import partial
 
@@ -132,11 +133,13 @@ def version():
 
 
 def load(folder, half, group, name):
-    """From the folder, where it is kept when it has been made."""
+    """From the folder, where it is kept when it has been made, in place of older versions."""
     path = pathlib.Path(folder, f"material-{version()}", f"{half} {group} {name}.npz")
     if not path.exists():
         made = make(half, group, name)
         path.parent.mkdir(parents=True, exist_ok=True)
+        for other in set(pathlib.Path(folder).glob("material-*")) - {path.parent}:
+            shutil.rmtree(other, ignore_errors=True)
         unfinished = path.with_suffix(f".{os.getpid()}.npz")
         np.savez(unfinished, clean=np.float32(made.clean), noisy=np.float32(made.noisy), lead=made.lead)
         unfinished.replace(path)
