@@ -33,7 +33,8 @@ def parse_values(words, library):
     for name, _ in pairs:
         if name not in settable:
             sys.exit(f"not a parameter: {name}")
-    return {name: float(value) for name, value in pairs}
+    words = contenders.ESTIMATORS
+    return {name: words.index(value) if value in words else float(value) for name, value in pairs}
 
 
 def contenders_of(options, library):

@@ -17,7 +17,8 @@ import numpy as np
 from scipy.io import wavfile
 
 FILTER_MODE = "filter-mode"
-ESTIMATOR = "estimator"  # 0: the gate, 1: the log-spectral one
+ESTIMATOR = "estimator"  # beside the parameters; its value is the index of a word
+ESTIMATORS = ["gate", "log-spectral"]
 
 
 def padded(noisy, before, after):
@@ -156,9 +157,13 @@ def program(path, *options):
 
 
 def presets(path):
-    """Name and parameters of each preset, as the program lists them."""
+    """Name and parameters of each preset, as the program lists them, with the estimator unless it is the first."""
     listed = subprocess.run([str(path), "--list-presets", "--json"], check=True, stdout=subprocess.PIPE)
-    return {preset["name"]: preset["values"] for preset in json.loads(listed.stdout)}
+    found = {}
+    for preset in json.loads(listed.stdout):
+        estimator = ESTIMATORS.index(preset.get(ESTIMATOR, ESTIMATORS[0]))
+        found[preset["name"]] = {**preset["values"], **({ESTIMATOR: estimator} if estimator else {})}
+    return found
 
 
 class Speex:
