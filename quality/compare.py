@@ -28,11 +28,12 @@ class Place:
 
 @dataclasses.dataclass(frozen=True)
 class Result:
-    """Means over so many recordings: figures of the noisy ones themselves, and scores by contender's name."""
+    """Means over recordings: figures of the noisy ones themselves, and scores by contender's name. `each` has the
+    latter by recording."""
 
-    count: int
     before: dict
     scores: dict
+    each: dict
 
 
 def places(half, groups=material.GROUPS, regimes=REGIMES):
@@ -64,9 +65,10 @@ def score_place(folder, place, contenders):
 
 
 def summary(scored):
-    befores, found = zip(*scored)
-    by_name = {name: scores.mean([one[name] for one in found]) for name in found[0]}
-    return Result(len(found), scores.mean(befores), by_name)
+    """Of pairs as `score_place` returns them, by recording."""
+    befores, found = zip(*scored.values())
+    means = {name: scores.mean([one[name] for one in found]) for name in found[0]}
+    return Result(scores.mean(befores), means, dict(zip(scored, found)))
 
 
 def run(folder, chosen, contenders):
@@ -74,7 +76,7 @@ def run(folder, chosen, contenders):
     with concurrent.futures.ProcessPoolExecutor() as pool:
         jobs = [pool.submit(score_place, folder, place, contenders) for place in chosen]
         scored = {place: job.result() for place, job in zip(chosen, jobs)}
-    kinds = dict.fromkeys((place.group, place.regime) for place in chosen)
-    return {
-        kind: summary([one for place, one in scored.items() if (place.group, place.regime) == kind]) for kind in kinds
-    }
+    kinds = {}
+    for place, found in scored.items():
+        kinds.setdefault((place.group, place.regime), {})[place.name] = found
+    return {kind: summary(found) for kind, found in kinds.items()}

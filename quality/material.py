@@ -89,14 +89,14 @@ def scenes_of(half, kinds):
         yield "car that speeds up", partial(scenes.speeding, motor_hz=(45, 88), level_db=6), 5, None
         yield "fan switched on", office, 8, None
         yield "room", kinds["air conditioner"], 10, (0.5, 3)
-        hall = partial(scenes.pulsing, hall=kinds["fridge"], machine=kinds["rain"], beat_hz=1.1)
+        hall = partial(scenes.working, hall=kinds["fridge"], machine=kinds["rain"], beat_hz=1.1)
         yield "hall", hall, 6, (1.1, 5)
     else:
         kitchen = partial(scenes.switched, room=kinds["office"], machine=kinds["desk fan"], share=0.35)
         yield "car that slows down", partial(scenes.speeding, motor_hz=(105, 60), level_db=-5), 4, None
         yield "hood switched on", kitchen, 7, None
         yield "office room", kinds["office"], 8, (0.4, 2)
-        workshop = partial(scenes.pulsing, hall=kinds["transformer"], machine=kinds["duct"], beat_hz=0.7)
+        workshop = partial(scenes.working, hall=kinds["transformer"], machine=kinds["duct"], beat_hz=0.7)
         yield "workshop", workshop, 6, (0.8, 4)
 
 

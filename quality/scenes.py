@@ -24,10 +24,18 @@ def switched(random, count, rate, room, machine, share):
     return noises.amplitude(-MACHINE_DB) * quiet + running * noises.normalised(machine(random, count, rate))
 
 
-def pulsing(random, count, rate, hall, machine, beat_hz):
-    """A hall with a machine whose noise rises and falls by 3 dB with its work."""
+def strikes(random, count, rate):
+    """Metal that is struck, at random, three times in two seconds: 1 to 4 kHz that fade by 60 dB in 0.7 s."""
+    hits = (random.uniform(size=count) < 1.5 / rate) * random.lognormal(0, 0.5, count)
+    ring = dsp.sosfilt(dsp.butter(2, [1000, 4000], "bandpass", fs=rate, output="sos"), random.standard_normal(rate))
+    return dsp.oaconvolve(hits, ring * np.exp(-np.arange(rate) / (0.1 * rate)))[:count]
+
+
+def working(random, count, rate, hall, machine, beat_hz):
+    """A hall in which a machine's noise rises and falls by 3 dB with its work, and metal is struck."""
     work = noises.amplitude(3 * np.sin(2 * np.pi * beat_hz * np.arange(count) / rate))
-    return noises.layers((0, hall(random, count, rate)), (-2, work * machine(random, count, rate)))
+    steady = noises.layers((0, hall(random, count, rate)), (-2, work * machine(random, count, rate)))
+    return noises.layers((0, steady), (-8, strikes(random, count, rate)))
 
 
 def reverberant(random, dry, rate, seconds, direct_db):

@@ -40,16 +40,17 @@ def group_tables(results):
     """A table for each group and regime."""
     for (group, regime), result in results.items():
         yield f"\n### {group.capitalize()}, {regime}: {GROUPS[group]}; {REGIMES[regime]}\n"
-        yield f"Mean over {result.count}. {before_line(result.before)}"
+        yield f"Mean over {len(result.each)}. {before_line(result.before)}"
         yield from score_table(result.scores)
 
 
 def write_csv(path, results):
-    """A line for each group, regime and contender."""
+    """A line for each group, regime, recording and contender, and with the recording "mean" their means."""
+    keys = [key for key, _, _ in COLUMNS]
     with open(path, "w", newline="", encoding="utf-8") as file:
         writer = csv.writer(file)
-        writer.writerow(["group", "regime", "contender", "recordings", *(key for key, _, _ in COLUMNS)])
-        for (group, regime), result in results.items():
-            for name, score in result.scores.items():
-                values = [format(score[key], ".4f") for key, _, _ in COLUMNS]
-                writer.writerow([group, regime, name, result.count, *values])
+        writer.writerow(["group", "regime", "recording", "contender", *keys])
+        for kind, result in results.items():
+            for recording, scored in {**result.each, "mean": result.scores}.items():
+                for name, score in scored.items():
+                    writer.writerow([*kind, recording, name, *(format(score[key], ".4f") for key in keys)])
