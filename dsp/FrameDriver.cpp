@@ -67,22 +67,39 @@ void SingleChannelAdaptiveNoise::RebuildIfPending() {
         InitializeParameters();
 }
 
+int SingleChannelAdaptiveNoise::SamplesToFrame() const {
+    return record->geometry.FrameEnd() - record->writePos;
+}
+
+void SingleChannelAdaptiveNoise::PassSamples(const float *in, float *out, int count) {
+    TakeInput(*record, in, count);
+    GiveOutput(*record, out, count);
+    record->writePos += count;
+    record->samplesSinceFrame += count;
+}
+
+void SingleChannelAdaptiveNoise::BeginFrame() {
+    CompressNewInput(*record);
+    AnalyseFrame(record);
+}
+
+void SingleChannelAdaptiveNoise::EndFrame() {
+    Convolve(record);
+    DropHop(*record);
+}
+
 void SingleChannelAdaptiveNoise::Process(float *in, float *out, int count) {
     RebuildIfPending();
     const quietfloor::DenormalScope noDenormals;
     while (count > 0) {
-        const int n = std::min(count, record->geometry.FrameEnd() - record->writePos);
-        TakeInput(*record, in, n);
-        GiveOutput(*record, out, n);
-        record->writePos += n;
-        record->samplesSinceFrame += n;
+        const int n = std::min(count, SamplesToFrame());
+        PassSamples(in, out, n);
         in += n;
         out += n;
         count -= n;
-        if (record->writePos == record->geometry.FrameEnd()) {
-            CompressNewInput(*record);
-            Convolve(record);
-            DropHop(*record);
+        if (SamplesToFrame() == 0) {
+            BeginFrame();
+            EndFrame();
         }
     }
 }

@@ -164,6 +164,7 @@ public:
 
 private:
     friend struct StreamInspector; // the tests' way to the working record
+    friend class ChannelGroup;     // runs the frames of linked channels in step
 
     using Record = SingleChannelAdaptiveNoiseParams;
 
@@ -176,10 +177,18 @@ private:
     void SetFFTSize(int size);
     void SetParameterValue(int index, float value);
 
+    // A stream's steps: samples up to the next frame, and at 0 samples to it the frame in two halves, between
+    // which its gains stand in the record.
+    int SamplesToFrame() const;
+    void PassSamples(const float *in, float *out, int count);
+    void BeginFrame();
+    void EndFrame();
+
     static void BuildAnalysisWindow(Record *record);
     static void WindowData(const Record *record, const float *src, double *dst);
-    static void Convolve(Record *record);
+    static void AnalyseFrame(Record *record);
     static void EstimateGains(Record *record);
+    static void Convolve(Record *record);
     static void ComputeXfms(Record *record, double *gain);
     static void ComputeComponent(Record *record, double *outReal, double *gain);
 

@@ -80,22 +80,25 @@ void SingleChannelAdaptiveNoise::EstimateGains(Record *record) {
         record->noiseRemover->ProcessFrame(record->magnitude.data(), record->levelSpectrum.data(),
                                            record->gain.data(), past->data());
     *past = record->magnitude;
-    if (record->geometry.filterMode)
-        ComputeXfms(record, record->gain.data());
     ++record->frameCount;
+}
+
+void SingleChannelAdaptiveNoise::AnalyseFrame(Record *record) {
+    WindowData(record, record->inputBuffer.data() + record->geometry.analysisOffset,
+               record->frameData.data());
+    LoadSynthesisFrame(*record);
+    TransformFrames(*record);
+    if (record->adaptEnabled)
+        EstimateGains(record);
 }
 
 // Filter mode adds the filtered hop and its tail, which overlaps the next ones. The other mode adds the
 // two hops in the middle of the frame, bin k with the gain of entry k, whose level came from bin k + 1.
 void SingleChannelAdaptiveNoise::Convolve(Record *record) {
     const FrameGeometry &g = record->geometry;
-    WindowData(record, record->inputBuffer.data() + g.analysisOffset, record->frameData.data());
-    LoadSynthesisFrame(*record);
-    TransformFrames(*record);
-    if (record->adaptEnabled)
-        EstimateGains(record);
     AdvanceOutput(*record);
     if (g.filterMode) {
+        ComputeXfms(record, record->gain.data());
         InvertSpectrum(*record, record->xfmReal.data());
     } else {
         record->gain.front() = record->gain.back() = 1.0; // DC and Nyquist pass unchanged
