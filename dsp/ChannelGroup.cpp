@@ -5,15 +5,18 @@
 #include <cstddef>
 #include <stdexcept>
 
+#include "dsp/LinkedGains.h"
 #include "dsp/Parameters.h"
 #include "dsp/Presets.h"
+#include "dsp/SingleChannelAdaptiveNoiseParams.h"
+#include "simd/DenormalScope.h"
 
 namespace dsp {
 namespace {
 
 using Reducer = SingleChannelAdaptiveNoise;
 
-// Interleaved sound and silence go through a buffer on the stack, piece by piece.
+// Interleaved sound and silence go through a buffer on the stack, piece by piece, as planar sound does.
 constexpr int pieceLength = 512;
 
 template <class Target>
@@ -82,38 +85,68 @@ int ChannelGroup::GetLatency() const {
 
 int ChannelGroup::GetLeadIn() const { return GetParameter(Reducer::kFilterMode) != 0.0f ? GetLatency() : 0; }
 
-void ChannelGroup::PushLeadIn() {
+// `pass(reducer, channel, done, n)` passes the n samples after the first `done` of one channel through its
+// reducer. All channels' frames fall on the same samples, for they are copies of one object.
+template <class Pass>
+void ChannelGroup::Stream(int count, Pass pass) {
     RebuildIfPending();
-    const int leadIn = GetLeadIn();
-    std::array<float, pieceLength> piece;
     for (Reducer &reducer : reducers)
-        for (int left = leadIn; left > 0; left -= pieceLength) {
-            piece.fill(0.0f);
-            reducer.Process(piece.data(), piece.data(), std::min(left, pieceLength));
-        }
+        reducer.RebuildIfPending(); // what a changed parameter asks for short of a new record
+    const quietfloor::DenormalScope noDenormals;
+    for (int done = 0; done < count;) {
+        const int n = std::min({count - done, pieceLength, reducers.front().SamplesToFrame()});
+        for (std::size_t c = 0; c < reducers.size(); ++c)
+            pass(reducers[c], c, static_cast<std::size_t>(done), n);
+        done += n;
+        if (reducers.front().SamplesToFrame() == 0)
+            RunFrames();
+    }
 }
 
-// The object only reads its input, though it does not say so.
-void ChannelGroup::Process(const float *const *in, float *const *out, int count) {
+void ChannelGroup::RunFrames() {
+    for (Reducer &reducer : reducers)
+        reducer.BeginFrame();
+    if (isLinked && channelCount > 1)
+        LinkGains();
+    for (Reducer &reducer : reducers)
+        reducer.EndFrame();
+}
+
+void ChannelGroup::LinkGains() noexcept {
+    SingleChannelAdaptiveNoiseParams &first = *reducers.front().record;
+    LinkedGains linked(first.frameData.data(), first.frameImag.data(), first.geometry.fftSize / 2);
+    for (const Reducer &reducer : reducers)
+        linked.Hear(*reducer.record);
+    for (Reducer &reducer : reducers)
+        linked.Give(*reducer.record);
+}
+
+void ChannelGroup::PushLeadIn() {
     RebuildIfPending();
-    for (std::size_t c = 0; c < reducers.size(); ++c)
-        reducers[c].Process(const_cast<float *>(in[c]), out[c], count);
+    std::array<float, pieceLength> piece;
+    Stream(GetLeadIn(), [&](Reducer &reducer, std::size_t, std::size_t, int n) {
+        piece.fill(0.0f);
+        reducer.PassSamples(piece.data(), piece.data(), n);
+    });
+}
+
+void ChannelGroup::Process(const float *const *in, float *const *out, int count) {
+    Stream(count, [&](Reducer &reducer, std::size_t c, std::size_t done, int n) {
+        reducer.PassSamples(in[c] + done, out[c] + done, n);
+    });
 }
 
 void ChannelGroup::ProcessInterleaved(const float *in, float *out, int frames) {
-    RebuildIfPending();
-    const std::size_t step = reducers.size();
+    const auto step = static_cast<std::size_t>(channelCount);
     std::array<float, pieceLength> piece;
-    for (std::size_t c = 0; c < step; ++c)
-        for (int done = 0; done < frames; done += pieceLength) {
-            const int count = std::min(frames - done, pieceLength);
-            const std::size_t start = static_cast<std::size_t>(done) * step + c;
-            for (int i = 0; i < count; ++i)
-                piece[static_cast<std::size_t>(i)] = in[start + static_cast<std::size_t>(i) * step];
-            reducers[c].Process(piece.data(), piece.data(), count);
-            for (int i = 0; i < count; ++i)
-                out[start + static_cast<std::size_t>(i) * step] = piece[static_cast<std::size_t>(i)];
-        }
+    Stream(frames, [&](Reducer &reducer, std::size_t c, std::size_t done, int n) {
+        const std::size_t start = done * step + c;
+        for (int i = 0; i < n; ++i)
+            piece[static_cast<std::size_t>(i)] = in[start + static_cast<std::size_t>(i) * step];
+        reducer.PassSamples(piece.data(), piece.data(), n);
+        for (int i = 0; i < n; ++i)
+            out[start + static_cast<std::size_t>(i) * step] = piece[static_cast<std::size_t>(i)];
+    });
 }
 
 } // namespace dsp

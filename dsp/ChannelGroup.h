@@ -12,13 +12,20 @@
 namespace dsp {
 
 /// One `SingleChannelAdaptiveNoise` per channel, at one sample rate and with the same parameters. Each
-/// channel learns and reduces its own noise. Samples are treated as by the single object: full scale is
-/// +-1, and a NaN or infinity counts as 0.
+/// channel learns its own noise, and reduces it by its own gains unless the channels are linked. Samples are
+/// treated as by the single object: full scale is +-1, and a NaN or infinity counts as 0.
 ///
 /// @par Channels
 /// All of them are copies of one object, made anew with every rebuild. So they share its dither, and equal
-/// channels stay equal bit for bit. Each gives the same bits as a single object that gets the values and
-/// the sample rate and is resumed, provided that `rand()` returns the same numbers.
+/// channels stay equal bit for bit. Unless linked, each gives the same bits as a single object that gets the
+/// values and the sample rate and is resumed, provided that `rand()` returns the same numbers.
+///
+/// @par Linked channels
+/// Channels that are reduced apart let the stereo image wander: each opens and closes its bins by itself.
+/// Linked channels share one gain per bin, the highest of those that have learnt a noise floor there. A
+/// channel that is digitally silent raises no gain of another, nor does a bin without a floor. Where none
+/// has a floor every channel keeps its own gain; so does, by itself, one without a floor that is louder
+/// there than the others' noise.
 ///
 /// @par Latency
 /// `Process` gives back as many samples as it takes, `GetLatency()` samples late. How the stream is cut
@@ -78,6 +85,12 @@ public:
     /// preset has the name; then nothing changes.
     bool SetPreset(const char *name);
 
+    /// Links the channels or sets them apart, from the next frame on; off at first. Makes no difference to
+    /// one channel. Keeps what was learnt, and survives rebuilds and copies.
+    void SetLink(bool linked) noexcept { isLinked = linked; }
+
+    bool IsLinked() const noexcept { return isLinked; }
+
     /// Rebuilds: all channels forget all sound and all learnt noise. Allocates; throws std::bad_alloc.
     void Resume();
 
@@ -103,9 +116,14 @@ public:
 private:
     void RebuildIfPending();
     void CopyFirst();
+    template <class Pass>
+    void Stream(int count, Pass pass);
+    void RunFrames();
+    void LinkGains() noexcept;
 
     int channelCount;
     bool isRebuildPending = true;
+    bool isLinked = false;
     std::vector<SingleChannelAdaptiveNoise> reducers; // one per channel; fewer after a failed rebuild
 };
 

@@ -20,7 +20,7 @@ void FillDither(Row<float> &table) {
     table.assign(ditherLength, 0.0f);
     for (float &entry : table) {
         const int r = std::rand();
-        entry = static_cast<float>(r % 30000 - 15000) / 15000.0f * 1e-9f;
+        entry = static_cast<float>(r % 30000 - 15000) / 15000.0f * highestDither;
     }
 }
 

@@ -17,6 +17,7 @@
 namespace dsp {
 
 inline constexpr int ditherLength = 4096;
+inline constexpr float highestDither = 1e-9f;
 inline constexpr int designMargin = 3; // bins on each side that the filter design's window reaches over
 
 /// N is the FFT size, H = N / 2, P the hop. Copying makes an independent record that goes on as the
@@ -35,7 +36,7 @@ struct SingleChannelAdaptiveNoiseParams {
     Row<double> analysisWindow;                   // on the analysis frame, analysisLength
     Row<double> frameWindow;                      // N: on the frame that gets the gains
     Row<double> outputWeight;                     // what a synthesised frame is added with, in whole vectors
-    Row<float> DitherTable;                       // ditherLength values, within +-1e-9
+    Row<float> DitherTable;                       // ditherLength values, within +-highestDither
     unsigned historyCount = 1; // the gains are for the spectrum of so many frames ago, 0 to 3
     bool adaptEnabled = true;  // frames are analysed; otherwise the gains stay as they are
 
@@ -55,7 +56,8 @@ struct SingleChannelAdaptiveNoiseParams {
     std::optional<quietfloor::LevelCompander> compander; // none unless attached after a rebuild
 
     // Scratch of one frame, in the order of writing.
-    Row<double> frameData, frameImag;       // N: two real frames, their packed spectrum, one result
+    Row<double> frameData, frameImag;       // N: two real frames, their packed spectrum, one result;
+                                            // of no use from the gains to their application
     Row<double> magnitude;                  // H + 1: linear; entry k - 1 belongs to bin k
     Row<double> levelSpectrum;              // H + 1: dB, shifted alike, -200 at both ends
     Row<double> spectrumReal, spectrumImag; // H + 1: of the frame that gets the gains

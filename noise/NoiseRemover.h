@@ -40,6 +40,9 @@ public:
     /// allocates.
     void ProcessFrame(const double *mag, const double *db, double *gainOut, const double *refMag) noexcept;
 
+    /// Whether the gain of the last frame's entry `k` follows from a learnt floor.
+    bool HasFloor(int k) const noexcept { return Tracking && Tracker->NoiseFloor[k] > tuning::noFloor; }
+
     // State that can be watched.
     DerivedSettings Settings;
     bool Tracking = false;        // a frame above -110 dB has come; gains are computed

@@ -6,17 +6,21 @@
 #include <cstdlib>
 #include <limits>
 #include <stdexcept>
+#include <tuple>
 
 #include "dsp/ChannelGroup.h"
+#include "dsp/LinkedGains.h"
 #include "dsp/Parameters.h"
 #include "dsp/Presets.h"
 #include "tests/Signals.h"
+#include "tests/StreamInspector.h"
 
 namespace {
 
 using dsp::ChannelGroup;
 using Channels = std::vector<Samples>;
 
+constexpr std::size_t second = 44100; // samples
 constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 
 ChannelGroup::Values ValuesFor(int fftSize, bool filterMode) {
@@ -113,9 +117,11 @@ TEST(ChannelGroup, GivesTheBitsOfSingleObjectsWhateverIsSetOnTheWay) {
 }
 
 TEST(ChannelGroup, BlocksAndLayoutsChangeNoBit) {
-    for (const bool filterMode : {false, true}) {
+    for (const int turn : {0, 1, 2, 3}) {
+        const bool filterMode = turn % 2 != 0, isLinked = turn / 2 != 0;
         const Channels x = Noises(3, 20'000);
-        const ChannelGroup start = MakeGroup(3, 8000, ValuesFor(512, filterMode));
+        ChannelGroup start = MakeGroup(3, 8000, ValuesFor(512, filterMode));
+        start.SetLink(isLinked);
         ChannelGroup whole = start;
         const Channels expected = Process(whole, x, planar);
         for (int layout = planar; layout < layoutCount; ++layout)
@@ -131,7 +137,7 @@ TEST(ChannelGroup, BlocksAndLayoutsChangeNoBit) {
                     for (std::size_t c = 0; c < 3; ++c)
                         y[c].insert(y[c].end(), block[c].begin(), block[c].end());
                 }
-                EXPECT_EQ(y, expected) << filterMode << layout << ' ' << length;
+                EXPECT_EQ(y, expected) << filterMode << isLinked << layout << ' ' << length;
             }
     }
 }
@@ -176,6 +182,102 @@ TEST(ChannelGroup, TakesPresetsByName) {
             EXPECT_FALSE(same.SetPreset(unknown)) << unknown;
         EXPECT_EQ(Process(same, x, planar), Process(named, x, planar)) << "nothing changes";
     }
+}
+
+ChannelGroup MakePair(const char *preset, bool filterMode, bool isLinked) {
+    ChannelGroup::Values values = quietfloor::FindPreset(preset)->values;
+    values[Reducer::kFilterMode] = filterMode ? 1.0f : 0.0f;
+    ChannelGroup group = MakeGroup(2, 44100, values);
+    group.SetLink(isLinked);
+    return group;
+}
+
+// Noise of its own in each channel, and a voice nearer to the left one.
+Channels PannedVoice(std::size_t count, float left, float right) {
+    Channels x = {WhiteNoise(count, -46), WhiteNoise(count, -46, 2)};
+    const Samples voice = Syllables(count, -22);
+    for (std::size_t i = 0; i < count; ++i) {
+        x[0][i] += left * voice[i];
+        x[1][i] += right * voice[i];
+    }
+    return x;
+}
+
+// How far left is louder than right in the pauses between syllables, dB, late enough for what sounded before
+// to have closed.
+double BalanceDb(const Channels &x, std::size_t delay) {
+    const auto isPause = [=](std::size_t i) { return SinceSyllable(i - delay) > 0.6; };
+    return LevelDb(x[0], 5 * second, x[0].size(), isPause) - LevelDb(x[1], 5 * second, x[1].size(), isPause);
+}
+
+TEST(ChannelGroup, LinkedChannelsKeepTheImageInPauses) {
+    const Channels x = PannedVoice(16 * second, 0.9f, 0.25f);
+    for (const char *preset : {"speech", "strong"})
+        for (const bool filterMode : {false, true}) {
+            double moved[2] = {};
+            for (const bool isLinked : {false, true}) {
+                ChannelGroup group = MakePair(preset, filterMode, isLinked);
+                const auto late = static_cast<std::size_t>(group.GetLatency());
+                moved[isLinked] = std::abs(BalanceDb(Process(group, x, planar), late) - BalanceDb(x, 0));
+            }
+            EXPECT_LT(moved[1], 0.5 * moved[0]) << preset << filterMode;
+        }
+}
+
+// The other channel is silent from the start on, or falls silent while its floors are known.
+TEST(ChannelGroup, ASilentChannelOpensNoOther) {
+    for (const char *preset : {"speech", "strong"})
+        for (const std::size_t sounding : {0 * second, 4 * second}) {
+            Channels x = PannedVoice(8 * second, 1, 1);
+            std::fill(&x[1][sounding], &x[1][0] + x[1].size(), 0.0f);
+            ChannelGroup linked = MakePair(preset, true, true), apart = MakePair(preset, true, false);
+            const Samples y = Process(linked, x, planar)[0], alone = Process(apart, x, planar)[0];
+            EXPECT_NEAR(LevelDb(y, 5 * second, y.size()), LevelDb(alone, 5 * second, y.size()), 0.1)
+                << preset << sounding;
+        }
+}
+
+// Gains as no engine would leave them, so that each rule is seen by itself.
+TEST(ChannelGroup, OnlyFloorsUnderSoundHaveASay) {
+    std::vector<Reducer> channels(3);
+    std::vector<dsp::SingleChannelAdaptiveNoiseParams *> records;
+    for (Reducer &channel : channels) {
+        Through(channel, WhiteNoise(2 * second, -40));
+        records.push_back(&dsp::StreamInspector::Record(channel));
+    }
+    const auto [quiet, loud, silent] = std::tie(*records[0], *records[1], *records[2]);
+    quiet.gain.assign(257, 0.1);
+    loud.gain.assign(257, 0.5);
+    silent.gain.assign(257, 0.9);
+    std::fill(silent.inputBuffer.begin(), silent.inputBuffer.end(), dsp::highestDither);
+    quiet.noiseRemover->Tracker->NoiseFloor[20] = 0; // and its level is far below the floor of the loud one
+    loud.noiseRemover->Tracker->NoiseFloor[20] = 10;
+    loud.noiseRemover->Tracker->NoiseFloor[30] = 0;
+    loud.noiseRemover->Reference[30] = 10;
+    quiet.noiseRemover->Tracker->NoiseFloor[40] = loud.noiseRemover->Tracker->NoiseFloor[40] = 0;
+    quietfloor::Row<double> gain(256), floor(256);
+    dsp::LinkedGains linked(gain.data(), floor.data(), 256);
+    for (const auto *record : records)
+        linked.Hear(*record);
+    for (auto *record : records)
+        linked.Give(*record);
+    for (const int k : {10, 20, 250})
+        EXPECT_EQ(std::tie(quiet.gain[k], loud.gain[k], silent.gain[k]), std::tuple(0.5, 0.5, 0.5)) << k;
+    EXPECT_EQ(std::tie(quiet.gain[30], loud.gain[30]), std::tuple(0.1, 0.5)) << "louder than any noise";
+    EXPECT_EQ(std::tie(quiet.gain[40], loud.gain[40]), std::tuple(0.1, 0.5)) << "nobody knows the noise";
+}
+
+TEST(ChannelGroup, ALinkTakesEffectFromTheNextFrameOnAndSurvivesARebuild) {
+    const Channels x = Noises(2, 40'000), equal = {x[0], x[0]};
+    ChannelGroup apart = MakeGroup(2, 8000, ValuesFor(256, false)), linked(apart), late(apart);
+    linked.SetLink(true);
+    EXPECT_EQ(Process(linked, equal, planar), Process(apart, equal, planar)) << "one gain of equal ones";
+    Process(late, equal, planar);
+    late.SetLink(true);
+    EXPECT_EQ(Process(late, x, planar), Process(linked, x, planar));
+    EXPECT_NE(Process(late, x, planar), Process(apart, x, planar));
+    late.Resume();
+    EXPECT_TRUE(late.IsLinked() && !apart.IsLinked());
 }
 
 TEST(ChannelGroup, CopiesGoOnByThemselves) {

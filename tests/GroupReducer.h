@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-/// A group of two channels in the shape of the object, so that one test serves both.
+/// A group of two linked channels in the shape of the object, so that one test serves both.
 #ifndef QUIETFLOOR_TESTS_GROUPREDUCER_H
 #define QUIETFLOOR_TESTS_GROUPREDUCER_H
 
@@ -8,6 +8,7 @@
 /// At 8000 Hz. Half of each block is interleaved, the other planar; up to three samples at its end stay.
 class GroupReducer {
 public:
+    GroupReducer() { group.SetLink(true); }
     void Process(float *in, float *out, int count) {
         const int frames = count / 4;
         group.ProcessInterleaved(in, out, frames);
