@@ -142,9 +142,27 @@ TEST_F(Program, KeepsFormatLengthAndPlace) {
     }
 }
 
+// Without a word two channels are linked, and neither one nor more than two.
+TEST_F(Program, LinksTwoChannelsUnlessToldOtherwise) {
+    std::ofstream(folder / "linked") << "link = on\n";
+    for (const int channels : {1, 2, 3}) {
+        Save(folder / "in", Noise(SF_FORMAT_WAV | SF_FORMAT_FLOAT, channels, 40000, 1));
+        const auto Cleaned = [this](const char *options) {
+            EXPECT_EQ(Run(std::string(options) + " --force in out"), 0) << Said();
+            return Content("out");
+        };
+        const std::string apart = Cleaned("--config linked --link off"), linked = Cleaned("--link on");
+        EXPECT_EQ(linked == apart, channels == 1);
+        EXPECT_EQ(Cleaned(""), channels == 2 ? linked : apart);
+        EXPECT_EQ(Cleaned("--config linked --save-config kept"), linked);
+        EXPECT_NE(Content("kept").find("\nlink = on\n"), std::string::npos);
+        fs::remove(folder / "kept");
+    }
+}
+
 // A channel of noise falls by what the options ask, whatever its neighbour holds; integers clip where
 // floats go beyond full scale, as the edges of a hard-limited neighbour do once noise is taken out.
-TEST_F(Program, CleansEachChannelAloneAndClips) {
+TEST_F(Program, CleansEachChannelAndClips) {
     Sound in = Silence(SF_FORMAT_WAV | SF_FORMAT_PCM_16, 2, 22050, 22050 * 6);
     const Samples quiet = WhiteNoise(in.samples.size(), -40, 1), loud = WhiteNoise(in.samples.size(), 0, 2);
     for (std::size_t i = 0; i < in.samples.size(); i += 2) {
@@ -196,6 +214,7 @@ TEST_F(Program, SaysWhatIsWrongInOneLineAndLeavesNothingBehind) {
         {"config", "knee = 3 # dB\n ; harder\nrelease = 50 ; ms\n\nnonsense = 1\n"},
         {"loud", "reduction = 50\n"},
         {"twice", "knee = 3\nknee = 3\n"},
+        {"word", "link = yes\n"},
     };
     for (const auto &[name, content] : files)
         std::ofstream(folder / name, std::ios::binary) << content;
@@ -221,6 +240,8 @@ TEST_F(Program, SaysWhatIsWrongInOneLineAndLeavesNothingBehind) {
         {"--format wav --subtype mp3 in out", 1, "--list-formats"},
         {"--reduction \"\" in out", 1, "empty"},
         {"\"\" out", 1, "empty"},
+        {"--link maybe in out", 1, "--link: 'maybe' is not on or off"},
+        {"--config word in out", 1, "word:1: link: 'yes'"},
         {"--config missing in out", 1, "missing"},
         {"--config config in out", 1, "config:5: unknown parameter 'nonsense'"},
         {"--config loud --reduction 3 in out", 1, "loud:1: reduction: 50"},

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <deque>
 #include <sstream>
 #include <thread>
 
@@ -14,6 +15,7 @@
 #include "tools/command/FormatList.h"
 #include "tools/command/ParameterText.h"
 #include "tools/command/UsageError.h"
+#include "tools/command/WordOptions.h"
 #include "tools/sound/SoundFormat.h"
 #include "tools/system/NativeText.h"
 
@@ -159,6 +161,9 @@ private:
                                  ->option_text("X")
                                  ->group(group);
         }
+        for (const WordOption &option : WordOptions())
+            Add(group, ("--" + std::string(option.name)).c_str(), "WORD", words.emplace_back(),
+                option.description);
     }
 
     void AddSoundOptions() {
@@ -199,7 +204,7 @@ private:
     }
 
     void Conclude() {
-        result.settings.parameters = EffectiveValues();
+        ConcludeReduction();
         result.settings.mix = mixPercent / 100.0;
         if (app.count("--jobs") == 0)
             result.jobs = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
@@ -211,24 +216,27 @@ private:
         ConcludeFiles();
     }
 
-    ParameterValues EffectiveValues() const {
-        ParameterValues values = DefaultValues();
+    void ConcludeReduction() {
+        DenoiseSettings &settings = result.settings;
         if (app.count("--preset") > 0) {
             const Preset *found = FindPreset(preset);
             if (found == nullptr)
                 throw UsageError("--preset: no preset is called '" + preset + "'; see --list-presets");
-            values = found->values;
+            settings.parameters = found->values;
         }
         if (app.count("--config") > 0)
-            values = ReadConfiguration(PathOf(configuration), values);
+            settings = ReadConfiguration(PathOf(configuration), settings);
         for (int i = 0; i < parameterCount; ++i) {
             const auto index = static_cast<std::size_t>(i);
             if (options[index] == nullptr || options[index]->count() == 0)
                 continue;
             CheckRange(ParameterAt(i), given[index], "--");
-            values[index] = given[index];
+            settings.parameters[index] = given[index];
         }
-        return values;
+        auto word = words.begin();
+        for (const WordOption &option : WordOptions())
+            if (const std::string &text = *word++; !text.empty())
+                TakeWord(option, text, settings, "--");
     }
 
     void ConcludeFormat() {
@@ -270,6 +278,7 @@ private:
     std::vector<std::string> files;
     std::string outputFolder, container, sampleFormat, preset, configuration, savedConfiguration, spectrogram;
     ParameterValues given{};
+    std::deque<std::string> words; // of the word options, in their order; empty: not given
     std::array<CLI::Option *, parameterCount> options{};
     double mixPercent = 100.0;
     bool listsParameters = false, listsPresets = false, listsFormats = false;

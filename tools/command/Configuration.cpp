@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "tools/command/Configuration.h"
 
-#include <bitset>
+#include <algorithm>
 #include <charconv>
 #include <fstream>
+#include <set>
 #include <string>
 
 #include "tools/command/ParameterText.h"
 #include "tools/command/UsageError.h"
+#include "tools/command/WordOptions.h"
 #include "tools/system/NativeText.h"
 #include "tools/system/OutputFile.h"
 #include "tools/system/StandardStreams.h"
@@ -32,8 +34,8 @@ int FindSettable(std::string_view name) {
 // The lines of one file, one after the other.
 class ConfigurationReader {
 public:
-    ConfigurationReader(const std::filesystem::path &file, ParameterValues start)
-        : name(TextOf(file)), values(start) {}
+    ConfigurationReader(const std::filesystem::path &file, const DenoiseSettings &start)
+        : name(TextOf(file)), settings(start) {}
 
     void Take(std::string_view line) {
         ++lineNumber;
@@ -42,20 +44,29 @@ public:
             return;
         const std::size_t sign = line.find('=');
         if (sign == std::string_view::npos)
-            Fail("'" + std::string(line) + "' is not of the form name = value");
+            Fail(std::string("'").append(line) + "' is not of the form name = value");
         const std::string_view key = Trimmed(line.substr(0, sign));
-        const int index = FindSettable(key);
-        if (index < 0)
-            Fail("unknown parameter '" + std::string(key) + "'");
-        if (isGiven.test(static_cast<std::size_t>(index)))
+        if (!given.emplace(key).second)
             Fail(std::string(key) + " is given twice");
-        isGiven.set(static_cast<std::size_t>(index));
-        values[static_cast<std::size_t>(index)] = Value(ParameterAt(index), Trimmed(line.substr(sign + 1)));
+        TakeValue(key, Trimmed(line.substr(sign + 1)));
     }
 
-    const ParameterValues &Values() const { return values; }
+    const DenoiseSettings &Settings() const { return settings; }
 
 private:
+    void TakeValue(std::string_view key, std::string_view text) {
+        if (const int index = FindSettable(key); index >= 0) {
+            settings.parameters[static_cast<std::size_t>(index)] = Value(ParameterAt(index), text);
+            return;
+        }
+        const std::span<const WordOption> words = WordOptions();
+        const auto found = std::find_if(words.begin(), words.end(),
+                                        [&](const WordOption &word) { return key == word.name; });
+        if (found == words.end())
+            Fail(std::string("unknown parameter '").append(key) + "'");
+        TakeWord(*found, text, settings, Where());
+    }
+
     std::string Where() const { return name + ":" + std::to_string(lineNumber) + ": "; }
 
     [[noreturn]] void Fail(const std::string &reason) const { throw UsageError(Where() + reason); }
@@ -71,41 +82,45 @@ private:
     }
 
     std::string name;
-    ParameterValues values;
-    std::bitset<parameterCount> isGiven;
+    DenoiseSettings settings;
+    std::set<std::string> given; // names
     int lineNumber = 0;
 };
 
-std::string ConfigurationText(const ParameterValues &values) {
+std::string ConfigurationText(const DenoiseSettings &settings) {
     std::string text = "# Parameters of quietfloor; read with --config.\n";
     for (int i = 0; i < parameterCount; ++i) {
         const ParameterInfo &parameter = ParameterAt(i);
         if (parameter.isSettable)
             text += std::string("\n# ") + parameter.description + " (" + RangeText(parameter) + ")\n" +
-                    parameter.name + " = " + NumberText(values[static_cast<std::size_t>(i)]) + '\n';
+                    parameter.name + " = " + NumberText(settings.parameters[static_cast<std::size_t>(i)]) +
+                    '\n';
     }
+    for (const WordOption &option : WordOptions())
+        if (const std::string word = option.text(settings); !word.empty())
+            text += std::string("\n# ") + option.description + '\n' + option.name + " = " + word + '\n';
     return text;
 }
 
 } // namespace
 
-ParameterValues ReadConfiguration(const std::filesystem::path &file, ParameterValues values) {
+DenoiseSettings ReadConfiguration(const std::filesystem::path &file, DenoiseSettings settings) {
     std::ifstream stream(file);
-    ConfigurationReader reader(file, values);
+    ConfigurationReader reader(file, settings);
     for (std::string line; std::getline(stream, line);)
         reader.Take(line);
     if (!stream.eof()) // not opened, or a folder
         throw UsageError(TextOf(file) + ": cannot be read");
-    return reader.Values();
+    return reader.Settings();
 }
 
-void WriteConfiguration(const std::filesystem::path &file, const ParameterValues &values, bool overwrites) {
-    const std::string text = ConfigurationText(values);
+void WriteConfiguration(const std::filesystem::path &file, const DenoiseSettings &settings) {
+    const std::string text = ConfigurationText(settings);
     if (IsStandardStream(file))
         return WriteStandardOutput(text);
-    if (!overwrites && std::filesystem::exists(file))
+    if (!settings.overwrites && std::filesystem::exists(file))
         throw FileError(file, "exists; --force overwrites it");
-    OutputFile output(file, overwrites);
+    OutputFile output(file, settings.overwrites);
     output.Write(text.data(), text.size());
     output.Commit();
 }

@@ -120,8 +120,7 @@ ExitStatus RunWithin(const std::vector<std::string> &arguments) {
     }
     const std::vector<Job> jobs = PlanJobs(commandLine);
     if (!commandLine.savedConfiguration.empty() && !commandLine.isDryRun)
-        WriteConfiguration(commandLine.savedConfiguration, commandLine.settings.parameters,
-                           commandLine.settings.overwrites);
+        WriteConfiguration(commandLine.savedConfiguration, commandLine.settings);
     const Run run(commandLine, jobs);
     return commandLine.isDryRun ? run.Try() : run.Clean();
 }

@@ -39,9 +39,10 @@ public:
     const char *what() const noexcept override { return "interrupted"; }
 };
 
-/// Each channel is cleaned alone; the target has as many frames as the source and is not shifted. Memory
-/// does not grow with the file. May run on several threads at once, with results independent of that.
-/// Throws FileError, Interrupted or std::bad_alloc, and then the target is what it was before.
+/// Each channel is cleaned by its own gains unless they are linked; the target has as many frames as the
+/// source and is not shifted. Memory does not grow with the file. May run on several threads at once, with
+/// results independent of that. Throws FileError, Interrupted or std::bad_alloc, and then the target is what
+/// it was before.
 DenoiseReport DenoiseFile(const DenoiseFiles &files, const DenoiseSettings &settings,
                           const ProgressListener &progress);
 

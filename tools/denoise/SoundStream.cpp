@@ -11,11 +11,14 @@ namespace {
 
 // The dither comes from the C library's random numbers, of which the process has only one sequence. All files
 // get the same ones, whatever is cleaned beside them: the same sound gives the same result.
-dsp::ChannelGroup MakeReducers(const SF_INFO &source, const ParameterValues &parameters) {
+dsp::ChannelGroup MakeReducers(const SF_INFO &source, const DenoiseSettings &settings) {
     static std::mutex generator;
     const std::lock_guard<std::mutex> lock(generator);
     std::srand(1);
-    return {source.channels, source.samplerate, parameters};
+    dsp::ChannelGroup reducers(source.channels, source.samplerate, settings.parameters);
+    // Two channels are taken for a stereo image; more may as well be microphones of their own.
+    reducers.SetLink(settings.linksChannels.value_or(source.channels == 2));
+    return reducers;
 }
 
 } // namespace
@@ -31,7 +34,7 @@ void FrameDelay::Process(float *samples, std::int64_t count) {
 
 SoundStream::SoundStream(const SF_INFO &source, const DenoiseSettings &given, AudioWriter &target,
                          Spectrogram *spectrogram)
-    : settings(given), writer(target), picture(spectrogram), reducers(MakeReducers(source, given.parameters)),
+    : settings(given), writer(target), picture(spectrogram), reducers(MakeReducers(source, given)),
       delay(reducers.GetLatency(), source.channels), before(source.samplerate, source.channels),
       after(source.samplerate, source.channels), channels(source.channels),
       dry(blockFrames * source.channels), wet(dry.Length()), residual(dry.Length()),
