@@ -27,6 +27,9 @@ public:
     /// Puts into effect what needs no rebuild. Finite values only.
     void Follow(const ParameterValues &wanted) noexcept;
 
+    /// Whether all channels get the same gains; off at first.
+    void SetLink(bool linked) noexcept { group.SetLink(linked); }
+
     /// One array per channel; an output may be its own input. Never allocates, locks or throws.
     void Process(const float *const *in, float *const *out, int count) noexcept {
         group.Process(in, out, count);

@@ -81,8 +81,14 @@ void StreamAdapter::RetireOutdated() noexcept {
         retired = std::move(incoming);
 }
 
-// A NaN counts as enabled.
+// A NaN counts as enabled, and as linked.
 bool StreamAdapter::IsEnabled() const noexcept { return !ports.enabled || !(*ports.enabled <= 0.0f); }
+bool StreamAdapter::IsLinked() const noexcept { return !ports.link || !(*ports.link <= 0.0f); }
+
+void StreamAdapter::Follow(ReducerGroup &group) const noexcept {
+    group.Follow(wanted);
+    group.SetLink(IsLinked());
+}
 
 bool StreamAdapter::NeedsRebuild() const noexcept {
     return (incoming ? *incoming : *current).NeedsRebuildFor(wanted);
@@ -98,9 +104,9 @@ void StreamAdapter::Process(std::size_t frames) noexcept {
     ReadControls();
     MakeUpForBlindStart();
     RetireOutdated();
-    current->Follow(wanted);
+    Follow(*current);
     if (incoming)
-        incoming->Follow(wanted);
+        Follow(*incoming);
     for (std::size_t done = 0; done < frames; done += blockLength)
         ProcessBlock(done, std::min(blockLength, frames - done));
     if (ports.latency)

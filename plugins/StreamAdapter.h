@@ -21,6 +21,7 @@ struct PortConnections {
     std::array<float *, mostChannels> out{};
     std::array<const float *, parameterCount> controls{}; // by parameter; not finite: as it was
     const float *enabled = nullptr;                       // 0 and below: the input, only delayed
+    const float *link = nullptr;                          // 0 and below: each channel by its own gains
     float *latency = nullptr;                             // samples
 };
 
@@ -78,6 +79,8 @@ private:
     void RetireOutdated() noexcept;
     void MakeUpForBlindStart() noexcept;
     bool IsEnabled() const noexcept;
+    bool IsLinked() const noexcept;
+    void Follow(ReducerGroup &group) const noexcept;
     void ProcessBlock(std::size_t start, std::size_t count) noexcept;
     void Render(ReducerGroup &group, std::size_t count, Blocks &target) noexcept;
     void FadeIncomingIn(std::size_t count) noexcept;

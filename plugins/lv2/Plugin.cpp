@@ -71,6 +71,8 @@ void ConnectPort(LV2_Handle handle, std::uint32_t port, void *data) {
     else if (const auto control = static_cast<std::size_t>(position - layout.Control(0));
              control < plugin.parameters.size())
         ports.controls[static_cast<std::size_t>(plugin.parameters[control])] = value;
+    else
+        ports.link = value;
 }
 
 void Activate(LV2_Handle handle) {

@@ -18,7 +18,8 @@ inline constexpr std::array pluginKinds{
     PluginKind{"urn:quietfloor:stereo", "quietfloor (stereo)", 2},
 };
 
-/// Inputs come first, then outputs, then these, then the controls in the order of Controls().
+/// Inputs come first, then outputs, then these, then the controls in the order of Controls(), and with two
+/// channels the link. Hosts save ports by their place, too: what is new goes to the end.
 struct PortLayout {
     int channels;
 

@@ -102,6 +102,15 @@ void WriteControl(std::ostream &out, const Control &control, int index) {
             << choice.value << " ] ;\n";
 }
 
+void WriteLink(std::ostream &out, int index) {
+    OpenPort(out, index, "lv2:ControlPort , lv2:InputPort", "link", "Link channels");
+    out << "        rdfs:comment \"The same gains for both channels, so that the noise that is left keeps "
+           "its "
+           "place.\" ;\n"
+           "        lv2:portProperty lv2:toggled ;\n"
+           "        lv2:default 1 ;\n        lv2:minimum 0 ;\n        lv2:maximum 1 ;\n";
+}
+
 void WriteGroups(std::ostream &out, const PluginKind &kind) {
     for (const bool isInput : {true, false})
         out << '\n'
@@ -137,6 +146,8 @@ void WritePlugin(std::ostream &out, const PluginKind &kind) {
     int position = 0;
     for (const Control &control : Controls())
         WriteControl(out, control, layout.Control(position++));
+    if (kind.channels == 2)
+        WriteLink(out, layout.Control(position));
     out << "    ] .\n";
 }
 

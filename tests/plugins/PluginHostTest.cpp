@@ -49,7 +49,8 @@ enum Control : std::size_t {
     knee,
     release,
     filterMode,
-    controlCount
+    controlCount,
+    link = controlCount // of the stereo plug-in alone
 };
 
 struct Host {
@@ -62,7 +63,7 @@ struct Host {
         lilv_node_free(uri);
         instance = lilv_plugin_instantiate(plugin, rate, hasWorker ? features : features + 1);
         for (std::vector<float> *numbers : {&lowest, &highest, &values})
-            numbers->resize(2 * channels + controlCount);
+            numbers->resize(lilv_plugin_get_num_ports(plugin));
         lilv_plugin_get_port_ranges_float(plugin, lowest.data(), highest.data(), values.data());
         for (std::size_t port = 2 * channels; port < values.size(); ++port)
             Connect(port, &values[port]);
@@ -203,6 +204,22 @@ TEST(PluginHost, ControlsActAsTheObjectsParametersDo) {
         object.Process(expected.data(), expected.data(), static_cast<int>(host.taken));
         EXPECT_TRUE(IsWithin(1e-5f, {expected}, y, 0, 48000, 0)) << control;
     }
+}
+
+// A loud channel beside a quiet one opens the gains of both, from the block on in which they are linked.
+TEST(PluginHost, LinkedChannelsShareTheirGains) {
+    const Samples noise = WhiteNoise(3 * 48000, -50);
+    Samples loud = WhiteNoise(3 * 48000, -50, 2);
+    std::transform(&loud[96000], &loud[0] + loud.size(), &loud[96000], [](float x) { return 30 * x; });
+    double level[2];
+    for (const int isLinked : {0, 1}) {
+        Host host(2, false);
+        EXPECT_EQ(host[link], 1);
+        host[link] = static_cast<float>(isLinked);
+        level[isLinked] = LevelDb(host.Run({noise, loud})[0], 100'000, 140'000);
+    }
+    EXPECT_LT(level[0], -65);
+    EXPECT_NEAR(level[1], -50, 1);
 }
 
 TEST(PluginHost, AGroupThatListensFollowsTheControls) {

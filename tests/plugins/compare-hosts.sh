@@ -52,14 +52,15 @@ for settings in "20 2 2.5 30 100 512 14 140 0 512" "12 -1 5 60 50 2048 8 80 1 19
         rm -f wanted-$kind.wav
         "$program" "${options[@]}" $kind.wav wanted-$kind.wav
         lv2apply -i $kind.wav -o lv2apply.wav "${lv2[@]}" urn:quietfloor:$kind
+        "$program" --force --link off "${options[@]}" $kind.wav apart-$kind.wav # as LADSPA's mono plug-ins do
         Check "lv2apply, $kind" wanted-$kind.wav lv2apply.wav "$delay"
         ffmpeg -v error -y -i $kind.wav -af "lv2=p=urn\\\\:quietfloor\\\\:$kind:c=$joined" -c:a pcm_f32le lv2.wav
         Check "FFmpeg lv2, $kind" wanted-$kind.wav lv2.wav "$delay"
         ffmpeg -v error -y -i $kind.wav -af "ladspa=quietfloor:quietfloor:c=$numbered:latency=1" \
             -c:a pcm_f32le ladspa.wav
-        Check "FFmpeg ladspa, $kind" wanted-$kind.wav ladspa.wav 0
+        Check "FFmpeg ladspa, $kind" apart-$kind.wav ladspa.wav 0
         sox --buffer 65536 $kind.wav sox.wav ladspa -l -r quietfloor.so quietfloor "${values[@]}"
-        Check "SoX ladspa, $kind" wanted-$kind.wav sox.wav 0
+        Check "SoX ladspa, $kind" apart-$kind.wav sox.wav 0
     done
 done
 exit $failed
