@@ -117,7 +117,7 @@ void ChannelGroup::LinkGains() noexcept {
     LinkedGains linked(first.frameData.data(), first.frameImag.data(), first.geometry.fftSize / 2);
     for (const Reducer &reducer : reducers)
         linked.Hear(*reducer.record);
-    for (Reducer &reducer : reducers)
+    for (const Reducer &reducer : reducers)
         linked.Give(*reducer.record);
 }
 

@@ -24,25 +24,30 @@ LinkedGains::LinkedGains(double *gainRow, double *floorRow, int count) noexcept
     std::fill_n(floor, half, 0.0);
 }
 
+// Every value is read in every bin, or the compiler makes no vectors of these loops.
 void LinkedGains::Hear(const SingleChannelAdaptiveNoiseParams &channel) noexcept {
     const quietfloor::CNoiseRemover &engine = *channel.noiseRemover;
     if (!engine.Tracking || IsSilent(channel))
         return;
-    const double *const own = channel.gain.data(), *const floors = engine.Tracker->NoiseFloor.data();
+    const double *const own = channel.gain.data();
     for (int k = 1; k < half; ++k) {
-        const bool hasFloor = engine.HasFloor(k);
-        gain[k] = std::max(gain[k], hasFloor ? own[k] : 0.0);
-        floor[k] = std::max(floor[k], hasFloor ? floors[k] : 0.0);
+        const double ownFloor = engine.LearntFloor(k), ownGain = own[k];
+        const double highest = gain[k], highestFloor = floor[k], higher = std::max(ownGain, highest);
+        gain[k] = ownFloor > 0.0 ? higher : highest;
+        floor[k] = std::max(ownFloor, highestFloor);
     }
 }
 
 void LinkedGains::Give(SingleChannelAdaptiveNoiseParams &channel) const noexcept {
     const quietfloor::CNoiseRemover &engine = *channel.noiseRemover;
     double *const own = channel.gain.data();
-    const double *const levels = engine.Reference.data();
     for (int k = 1; k < half; ++k) {
-        const bool isSound = !engine.HasFloor(k) && levels[k] > floor[k];
-        own[k] = floor[k] > 0.0 && !isSound ? gain[k] : own[k];
+        const double ownGain = own[k], linkedGain = gain[k], highestFloor = floor[k];
+        // By where the level lies against the highest floor; below it, it is taken for noise without a floor,
+        // too.
+        const double below = highestFloor > 0.0 ? linkedGain : ownGain;
+        const double above = engine.LearntFloor(k) > 0.0 ? below : ownGain;
+        own[k] = engine.HeldLevel(k) > highestFloor ? above : below;
     }
 }
 

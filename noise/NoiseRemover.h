@@ -40,8 +40,13 @@ public:
     /// allocates.
     void ProcessFrame(const double *mag, const double *db, double *gainOut, const double *refMag) noexcept;
 
-    /// Whether the gain of the last frame's entry `k` follows from a learnt floor.
-    bool HasFloor(int k) const noexcept { return Tracking && Tracker->NoiseFloor[k] > tuning::noFloor; }
+    /// What entry `k` of the last gains follows from, 1 to H - 1: the learnt noise floor, 0 where there is
+    /// none, and the level that is held against it. Both linear.
+    double LearntFloor(int k) const noexcept {
+        const double floor = Tracker->NoiseFloor[k];
+        return Tracking && floor > tuning::noFloor ? floor : 0.0;
+    }
+    double HeldLevel(int k) const noexcept { return Reference[k]; }
 
     // State that can be watched.
     DerivedSettings Settings;
