@@ -67,7 +67,7 @@ VOICES = {
             "I morgon, om det inte regnar, går vi till skogen.",
             "Han glömde sin väska på tåget.",
         ]),
-        ("pl+f2", 160, [
+        ("pl+linda", 160, [
             "Stary dom stoi na końcu tej ulicy.",
             "Jutro rano, przed pracą, pójdę do sklepu.",
             "Na stole leży otwarta książka.",
