@@ -36,7 +36,7 @@ DenoiseSettings AnySettings(FuzzedDataProvider &input) {
     settings.writesResidual = flags & 2;
     settings.overwrites = flags & 4;
     settings.mix = flags & 8 ? 0.3 : 1.0;
-    settings.primeSeconds = flags & 16 ? 0.01 : 0.0;
+    settings.learning.amount = flags & 16 ? Learning::Amount::automatic : Learning::Amount::nothing;
     settings.parameters[7] = flags & 32 ? 64 : 512;
     settings.parameters[11] = flags & 64 ? 1 : 0;
     settings.container = format & 128 ? FindContainer(containers[format % 8]) : 0;

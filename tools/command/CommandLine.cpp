@@ -162,8 +162,7 @@ private:
                                  ->group(group);
         }
         for (const WordOption &option : WordOptions())
-            Add(group, ("--" + std::string(option.name)).c_str(), "WORD", words.emplace_back(),
-                option.description);
+            Add(group, option.flags, "WORD", words.emplace_back(), option.description);
     }
 
     void AddSoundOptions() {
@@ -172,11 +171,6 @@ private:
             ->option_text("PERCENT")
             ->group(group)
             ->check(Between(0, 100));
-        app.add_option("--prime", result.settings.primeSeconds,
-                       "learn the noise from IN's beginning first (0 to 60 s; default 0)")
-            ->option_text("SECONDS")
-            ->group(group)
-            ->check(Between(0, 60));
         Add(group, "--residual", result.settings.writesResidual, "write what was removed instead");
         Add(group, "--keep-latency", result.settings.keepsLatency,
             "leave OUT late by the delay of the reduction");

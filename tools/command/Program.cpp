@@ -89,6 +89,8 @@ private:
     static void Warn(const Job &job, const DenoiseReport &report) {
         if (report.truncated)
             Complain(TextOf(job.files.source) + ": ends before its header says");
+        if (report.unreduced)
+            Complain(TextOf(job.files.source) + ": nothing was reduced; no steady noise was found");
         if (report.clippedSamples > 0)
             Complain(TextOf(job.files.target) + ": " + std::to_string(report.clippedSamples) +
                      (report.clippedSamples == 1 ? " sample" : " samples") + " clipped");

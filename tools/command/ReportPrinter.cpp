@@ -56,6 +56,7 @@ void AddFigures(JsonObject &object, const DenoiseReport &report) {
     object.Add("reduction", Reduction(report), 2);
     object.Add("clippedSamples", report.clippedSamples);
     object.AddToken("truncated", report.truncated ? "true" : "false");
+    object.AddToken("unreduced", report.unreduced ? "true" : "false");
     object.Add("timesRealTime", TimesRealTime(report), 1);
 }
 

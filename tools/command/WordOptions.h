@@ -12,7 +12,8 @@
 namespace quietfloor {
 
 struct WordOption {
-    const char *name;        // on the command line after "--"
+    const char *name;        // in a configuration file, and in what is said of a wrong word
+    const char *flags;       // on the command line
     const char *words;       // what may be given, for people
     const char *description; // with the default
     /// False, and nothing changes, for any other word.

@@ -11,6 +11,7 @@ _quietfloor() {
         --preset) words=$("$program" --list-presets 2>/dev/null | sed -nE 's/^([^ ]+) .*/\1/p') ;;
         --format) words=$("$program" --list-formats 2>/dev/null | cut -d ' ' -f 1) ;;
         --subtype) words=$("$program" --list-formats 2>/dev/null | cut -d ' ' -f 2- | tr ' ' '\n') ;;
+        --learn | --prime) words='auto off' ;;
         --link) words='on off' ;;
         -*)
             [[ $options != *,"$previous "[NXPS]* ]] || return # a number comes

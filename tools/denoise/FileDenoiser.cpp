@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "tools/denoise/FileDenoiser.h"
 
-#include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <optional>
 #include <utility>
+#include <vector>
 
+#include "tools/denoise/LearningPass.h"
 #include "tools/denoise/SoundStream.h"
+#include "tools/denoise/WorkMeter.h"
 #include "tools/picture/Spectrogram.h"
 #include "tools/sound/AudioReader.h"
 #include "tools/sound/AudioWriter.h"
@@ -33,41 +34,26 @@ void CheckDistinct(const DenoiseFiles &files) {
         throw FileError(files.target, "is the source, too");
 }
 
-// The beginning of the sound, up to so many seconds. Grows with what there is, not with what is allowed.
-Row<float> ReadBeginning(AudioReader &reader, double seconds) {
-    const int channels = reader.Info().channels;
-    const auto most = static_cast<sf_count_t>(std::ceil(seconds * reader.Info().samplerate));
-    Row<float> beginning;
-    for (sf_count_t frames = 0, count = 1; count > 0 && frames < most; frames += count) {
-        const sf_count_t wanted = std::min<sf_count_t>(most - frames, SoundStream::blockFrames);
-        beginning.Resize((frames + wanted) * channels);
-        count = reader.Read(beginning.begin() + frames * channels, wanted);
-        beginning.Resize((frames + count) * channels);
-    }
-    return beginning;
-}
-
-// Brings the sound block by block and tells the listener.
+// Brings the sound into the stream block by block.
 class Transfer {
 public:
-    Transfer(AudioReader &from, SoundStream &to, const ProgressListener &toTell)
-        : reader(from), stream(to), listener(toTell) {}
+    Transfer(AudioReader &from, SoundStream &to, WorkMeter &toTell)
+        : reader(from), stream(to), meter(toTell) {}
 
     sf_count_t Done() const { return done; }
 
-    // Takes the frames, so that their memory is free when the rest comes.
-    void PushBeginning(Row<float> frames) {
-        const int channels = reader.Info().channels;
-        const sf_count_t count = frames.Length() / channels;
-        while (done < count)
-            Push(frames.begin() + done * channels,
-                 std::min<sf_count_t>(count - done, SoundStream::blockFrames));
+    // Frees the rows as it goes.
+    void PushKept(std::vector<Row<float>> rows) {
+        for (Row<float> &row : rows) {
+            Push(row.begin(), row.Length() / reader.Info().channels);
+            row = {};
+        }
     }
 
     void PushRest() {
         Row<float> block(SoundStream::blockFrames * reader.Info().channels);
         sf_count_t count = 0;
-        do { // the listener hears of the end, too: an interrupt looks like one
+        do { // the meter hears of the end, too: an interrupt looks like one
             count = reader.Read(block.begin(), SoundStream::blockFrames);
             Push(block.begin(), count);
         } while (count > 0);
@@ -77,14 +63,12 @@ private:
     void Push(const float *frames, sf_count_t count) {
         stream.Push(frames, static_cast<int>(count));
         done += count;
-        const sf_count_t known = reader.KnownFrames();
-        if (!listener(done, known > 0 ? std::max(done, known) : 0))
-            throw Interrupted();
+        meter.Advance(count);
     }
 
     AudioReader &reader;
     SoundStream &stream;
-    const ProgressListener &listener;
+    WorkMeter &meter;
     sf_count_t done = 0;
 };
 
@@ -102,11 +86,15 @@ DenoiseReport DenoiseFile(const DenoiseFiles &files, const DenoiseSettings &sett
     if (!files.spectrogram.empty())
         picture.emplace(source.samplerate);
     SoundStream stream(source, settings, writer, picture ? &*picture : nullptr);
-    Transfer transfer(reader, stream, progress);
-    Row<float> beginning = ReadBeginning(reader, settings.primeSeconds);
-    stream.Prime(beginning);
+    WorkMeter meter(progress, reader.KnownFrames());
+    const bool writesToPipe = IsStandardStream(files.target);
+    LearningSource learnt(files.source, reader, settings.learning, writesToPipe, meter);
+    const bool scales = !(learnt.IsPipe() && writesToPipe);
+    if (const auto lesson = Learn(learnt, stream.Reducers(), source.samplerate, scales, meter))
+        stream.SetLearnt(*lesson);
     stream.Begin();
-    transfer.PushBeginning(std::move(beginning));
+    Transfer transfer(reader, stream, meter);
+    transfer.PushKept(learnt.TakeKept());
     transfer.PushRest();
     stream.End();
     if (picture)
@@ -115,6 +103,7 @@ DenoiseReport DenoiseFile(const DenoiseFiles &files, const DenoiseSettings &sett
     DenoiseReport report;
     report.frames = transfer.Done();
     report.truncated = reader.EndedEarly();
+    report.unreduced = stream.IsUnreduced();
     report.sampleRate = source.samplerate;
     report.channels = source.channels;
     report.latency = stream.Latency();

@@ -40,29 +40,38 @@ SoundStream::SoundStream(const SF_INFO &source, const DenoiseSettings &given, Au
       dry(blockFrames * source.channels), wet(dry.Length()), residual(dry.Length()),
       toSkip(given.keepsLatency ? reducers.GetLatency() : 0) {}
 
-// Played backwards, so that it ends where the sound begins. A jump there, from silence or from whatever the
-// stretch ends with, would be heard in the first frames, and the reducers would learn anew.
-void SoundStream::Prime(const Row<float> &interleaved) {
-    int filled = 0;
-    for (std::int64_t at = interleaved.Length() - channels; at >= 0; at -= channels) {
-        std::copy_n(interleaved.begin() + at, channels, wet.begin() + filled * channels);
-        if (++filled == blockFrames || at == 0) {
-            reducers.ProcessInterleaved(wet.begin(), wet.begin(), filled);
-            filled = 0;
-        }
-    }
-    isPrimed = interleaved.Length() > 0;
+void SoundStream::SetLearnt(const Lesson &lesson) {
+    scale = lesson.scale;
+    silence = lesson.silence;
+    isLearnt = true;
 }
 
 void SoundStream::Begin() {
-    const int leadIn = isPrimed ? 0 : reducers.GetLeadIn();
+    const int leadIn = isLearnt ? 0 : reducers.GetLeadIn();
     toDrop = leadIn + (settings.keepsLatency ? 0 : reducers.GetLatency());
     FeedSilence(leadIn);
 }
 
 void SoundStream::Push(const float *frames, int count) {
     before.Push(frames, count);
-    Feed(frames, count);
+    const int silent = isLearnt && !hasBegun ? CountSilent(frames, count) : 0;
+    hasBegun = silent < count;
+    PassOn(frames, silent);
+    Feed(frames + silent * channels, count - silent);
+}
+
+int SoundStream::CountSilent(const float *frames, int count) const {
+    const float *const end = frames + count * channels;
+    const auto isSound = [this](float sample) { return std::abs(sample) > silence; };
+    return static_cast<int>(std::find_if(frames, end, isSound) - frames) / channels;
+}
+
+// The reducers do not hear it: they would unlearn the noise, and what they were taught last would sound into
+// it.
+void SoundStream::PassOn(const float *frames, int count) {
+    std::copy_n(frames, count * channels, dry.begin());
+    std::copy_n(frames, count * channels, wet.begin());
+    Put(0, count);
 }
 
 void SoundStream::End() {
@@ -71,16 +80,17 @@ void SoundStream::End() {
 }
 
 void SoundStream::FeedSilence(int frames) {
-    const Row<float> silence(std::min(frames, blockFrames) * channels);
+    const Row<float> nothing(std::min(frames, blockFrames) * channels);
     for (; frames > 0; frames -= blockFrames)
-        Feed(silence.begin(), std::min(frames, blockFrames));
+        Feed(nothing.begin(), std::min(frames, blockFrames));
 }
 
 void SoundStream::Feed(const float *frames, int count) {
     const int samples = count * channels;
     std::copy_n(frames, samples, dry.begin());
-    std::copy_n(frames, samples, wet.begin());
+    std::transform(frames, frames + samples, wet.begin(), [this](float sample) { return sample * scale; });
     reducers.ProcessInterleaved(wet.begin(), wet.begin(), count);
+    std::for_each(wet.begin(), wet.begin() + samples, [this](float &sample) { sample /= scale; });
     delay.Process(dry.begin(), samples);
     const int dropped = std::min(toDrop, count), front = dropped * channels;
     toDrop -= dropped;
@@ -89,11 +99,31 @@ void SoundStream::Feed(const float *frames, int count) {
     Mix(count - dropped);
 }
 
+// Reduced is a block of which more is taken out than the dither, and more than a reduction by 0.01 dB would
+// take out: noise far below the sound is worth it, too.
+void SoundStream::CompareLevels(int skipped, int frames) {
+    constexpr double ditherPower = 1e-16, leastShare = 1e-6;
+    double sound = 0.0, removed = 0.0;
+    for (int i = skipped * channels; i < frames * channels; ++i) {
+        const double difference = static_cast<double>(dry[i]) - wet[i];
+        sound += static_cast<double>(dry[i]) * dry[i];
+        removed += difference * difference;
+    }
+    const double dither = ditherPower / (static_cast<double>(scale) * scale) * (frames - skipped) * channels;
+    hasSound = hasSound || sound > dither;
+    isReduced = isReduced || removed > dither + leastShare * sound;
+}
+
 void SoundStream::Mix(int frames) {
     const int skipped = std::min(toSkip, frames);
     toSkip -= skipped;
-    if (isPrimed) // what was taught last
+    if (isLearnt) // what was taught last
         std::fill_n(wet.begin(), skipped * channels, 0.0f);
+    Put(skipped, frames);
+}
+
+void SoundStream::Put(int skipped, int frames) {
+    CompareLevels(skipped, frames);
     const auto share = static_cast<float>(settings.mix), rest = static_cast<float>(1.0 - settings.mix);
     for (int i = 0; i < frames * channels; ++i) {
         wet[i] = share * wet[i] + rest * dry[i];

@@ -9,6 +9,7 @@
 
 #include "dsp/ChannelGroup.h"
 #include "tools/denoise/DenoiseSettings.h"
+#include "tools/denoise/LearningPass.h"
 #include "tools/denoise/NoiseFloorMeter.h"
 #include "tools/picture/Spectrogram.h"
 #include "tools/sound/AudioWriter.h"
@@ -41,10 +42,13 @@ public:
 
     int Latency() const { return reducers.GetLatency(); }
 
-    /// Teaches the reducers the noise of a stretch of the source, of which nothing is heard.
-    void Prime(const Row<float> &interleaved);
+    /// To be taught before Begin, by what is not heard.
+    dsp::ChannelGroup &Reducers() { return reducers; }
 
-    /// After Prime. Makes the target begin where the source does.
+    /// They have been taught.
+    void SetLearnt(const Lesson &lesson);
+
+    /// Makes the target begin where the source does.
     void Begin();
 
     /// At most `blockFrames` interleaved frames.
@@ -52,13 +56,20 @@ public:
 
     void End();
 
+    /// Whether there was sound, and all of it came out as it was.
+    bool IsUnreduced() const { return hasSound && !isReduced; }
+
     double FloorBeforeDb() const { return before.FloorDb(); }
     double FloorAfterDb() const { return after.FloorDb(); }
 
 private:
     void Feed(const float *frames, int count);
     void FeedSilence(int frames);
+    int CountSilent(const float *frames, int count) const;
+    void PassOn(const float *frames, int count);
+    void CompareLevels(int skipped, int frames);
     void Mix(int frames);
+    void Put(int skipped, int frames);
     void Draw(int frames);
 
     const DenoiseSettings &settings;
@@ -70,7 +81,9 @@ private:
     int channels;
     Row<float> dry, wet, residual; // one block each; wet becomes the mix
     Row<float> means[3];           // of the channels, for the picture
-    bool isPrimed = false;
+    float scale = 1.0f;   // of what the reducers get; a power of two, so that taking it off rounds nothing
+    float silence = 0.0f; // of the source: a beginning that is no louder is passed on as it is
+    bool isLearnt = false, hasBegun = false, hasSound = false, isReduced = false;
     int toDrop = 0; // frames
     int toSkip;     // frames before the sound begins in a late target
 };

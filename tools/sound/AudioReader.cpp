@@ -138,4 +138,12 @@ sf_count_t AudioReader::Read(float *block, sf_count_t frames) {
     return count;
 }
 
+bool AudioReader::SeekTo(sf_count_t frame) {
+    if (!CanSeek() || sf_seek(file.get(), frame, SEEK_SET) != frame)
+        return false;
+    done = frame;
+    isDamaged = false;
+    return true;
+}
+
 } // namespace quietfloor

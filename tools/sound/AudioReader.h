@@ -25,6 +25,8 @@ public:
     /// The number of frames is what the header claims; from a pipe it means nothing.
     const SF_INFO &Info() const noexcept { return info; }
 
+    bool CanSeek() const noexcept { return !pipe && info.seekable != 0; }
+
     /// Frames of a file; 0 for a pipe, whose length is unknown.
     sf_count_t KnownFrames() const noexcept;
 
@@ -32,6 +34,9 @@ public:
     /// `frames` only where the sound ends. It ends early where the file is cut off or cannot be decoded any
     /// further. Throws FileError where reading fails or nothing can be decoded at all.
     sf_count_t Read(float *block, sf_count_t frames);
+
+    /// Goes to a frame, also from the end. False where the sound can only be read on.
+    bool SeekTo(sf_count_t frame);
 
     /// After the end: whether there should have been more.
     bool EndedEarly() const noexcept { return isDamaged || isCutOff || done < KnownFrames(); }
