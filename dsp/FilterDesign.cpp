@@ -27,10 +27,10 @@ void SingleChannelAdaptiveNoise::ComputeComponent(Record *record, double *outRea
         std::fill_n(outReal, half + 1, 0.0);
         return;
     }
-    gain[0] = 1.0;
+    if (record->noiseRemover->GetEstimator() == quietfloor::Estimator::gate)
+        gain[0] = gain[half] = 1.0; // DC and Nyquist pass unchanged
     double *design = record->filterReal.data() + designMargin;
-    std::copy_n(gain, half, design);
-    design[half] = gain[0]; // on purpose: Nyquist takes the gain of DC
+    std::copy_n(gain, half + 1, design);
     for (int j = 1; j <= designMargin; ++j) {
         design[-j] = design[j];
         design[half + j] = design[half - j];

@@ -94,6 +94,7 @@ void SingleChannelAdaptiveNoise::AllocateArrays(Record *target) {
     settings.TransientBoost = false;
     target->noiseRemover.emplace(g.fftSize / 2, state.sampleRate, g.hopSize);
     target->noiseRemover->SetSettings(settings);
+    target->noiseRemover->SetEstimator(EngineEstimator(state.estimator));
     target->noiseRemover->Reset();
 }
 

@@ -136,6 +136,18 @@ void SingleChannelAdaptiveNoise::SetParameterValue(int index, float value) {
     record->noiseRemover->SetSettings(settings);
 }
 
+void SingleChannelAdaptiveNoise::SetEstimator(Estimator estimator) {
+    if (estimator != kGate && estimator != kLogSpectral)
+        return;
+    state.estimator = estimator;
+    if (record != nullptr && record->noiseRemover)
+        record->noiseRemover->SetEstimator(EngineEstimator(estimator));
+}
+
+SingleChannelAdaptiveNoise::Estimator SingleChannelAdaptiveNoise::GetEstimator() const {
+    return state.estimator;
+}
+
 int SingleChannelAdaptiveNoise::GetLatency() const {
     return record != nullptr ? record->geometry.Latency(state.values[kFilterMode] != 0.0f) : 0;
 }

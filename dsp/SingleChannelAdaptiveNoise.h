@@ -111,6 +111,15 @@ public:
         // end
     };
 
+    /// How gains follow from the signal and the learnt noise.
+    enum Estimator : int {
+        /// A gate per bin: closed below the noise floor, open above. The default.
+        kGate = 0,
+        /// The log-spectral amplitude estimator of Ephraim and Malah (1985), weighted by the probability that
+        /// there is more than noise (Cohen and Berdugo 2001).
+        kLogSpectral = 1,
+    };
+
     /// How many parameters there are, those without effect among them. Not `constexpr`: before C++17 that
     /// would leave it without a definition for hosts that take it by reference.
     QUIETFLOOR_API static const int kParamCount = 14;
@@ -144,6 +153,13 @@ public:
 
     /// The bounds that a host should offer; for an index outside 0 .. 13 neither is written.
     QUIETFLOOR_API void GetBounds(int index, float &lower, float &upper);
+
+    /// Chooses the estimator; any other value is ignored. It takes effect from the next frame on and keeps
+    /// what was learnt, and it survives `SetSampleRate`, `Resume` and copies. Never allocates.
+    QUIETFLOOR_API void SetEstimator(Estimator estimator);
+
+    /// The estimator as chosen; `kGate` at first.
+    QUIETFLOOR_API Estimator GetEstimator() const;
 
     /// In samples; 0 between `SetSampleRate` (or a failed rebuild) and the next `Resume` or `Process`.
     /// Another FFT size counts from the rebuild on. Between setting another mode and the rebuild the
@@ -196,7 +212,8 @@ private:
     struct State {
         bool ReinitPending = true;
         bool XfmsPending = true;
-        int sampleRate = 44100;               // Hz
+        int sampleRate = 44100; // Hz
+        Estimator estimator = kGate;
         float values[kParamCount] = {};       // as stored
         float finiteValues[kParamCount] = {}; // the last finite value of each: what a rebuild uses
         float lowerBounds[kParamCount] = {};

@@ -10,6 +10,7 @@
 #include "dsp/FrameGeometry.h"
 #include "dsp/LevelCompander.h"
 #include "dsp/PreparedTransform.h"
+#include "dsp/SingleChannelAdaptiveNoise.h"
 #include "dsp/kernels/FrameKernels.h"
 #include "noise/NoiseRemover.h"
 #include "simd/AlignedRow.h"
@@ -19,6 +20,12 @@ namespace dsp {
 inline constexpr int ditherLength = 4096;
 inline constexpr float highestDither = 1e-9f;
 inline constexpr int designMargin = 3; // bins on each side that the filter design's window reaches over
+
+/// What the noise engine calls an estimator of the object.
+constexpr quietfloor::Estimator EngineEstimator(SingleChannelAdaptiveNoise::Estimator estimator) noexcept {
+    return estimator == SingleChannelAdaptiveNoise::kLogSpectral ? quietfloor::Estimator::logSpectral
+                                                                 : quietfloor::Estimator::gate;
+}
 
 /// N is the FFT size, H = N / 2, P the hop. Copying makes an independent record that goes on as the
 /// original would.

@@ -101,7 +101,8 @@ void SingleChannelAdaptiveNoise::Convolve(Record *record) {
         ComputeXfms(record, record->gain.data());
         InvertSpectrum(*record, record->xfmReal.data());
     } else {
-        record->gain.front() = record->gain.back() = 1.0; // DC and Nyquist pass unchanged
+        if (record->noiseRemover->GetEstimator() == quietfloor::Estimator::gate)
+            record->gain.front() = record->gain.back() = 1.0; // DC and Nyquist pass unchanged
         InvertSpectrum(*record, record->gain.data());
     }
     const int start = g.filterMode ? 0 : g.fftSize / 2 - g.hopSize;

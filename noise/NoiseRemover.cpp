@@ -26,16 +26,30 @@ void CNoiseRemover::SetSettings(const NoiseRemoverSettings &given) noexcept {
         UpdateDerived();
 }
 
+void CNoiseRemover::SetEstimator(Estimator estimator) noexcept {
+    if (estimator == Rule)
+        return;
+    Rule = estimator;
+    if (!Initialized)
+        return;
+    LogSpectral->Restart();
+    FirstFrame = true; // the gate's reference is an old one
+    FloorValid = false;
+    RebuildFloor();
+}
+
 void CNoiseRemover::Reset() {
     const int count = WholeVectors(HalfSize + 1);
     for (Row<double> *row : {&Reference, &Gain, &SquaredDeviation, &Hold, &Excess, &FloorGains, &NextHold})
         row->assign(count, 0.0);
     Floor.assign(count, noFloor);
     Tracker.emplace(HalfSize, *Kernels);
+    LogSpectral.emplace(HalfSize, SampleRate, HopSize, *Kernels);
     UpdateDerived();
     FloorValid = false;
     FirstFrame = true;
     SamplePosition = 0.0;
+    SoundFrames = 0;
     Initialized = true;
     Tracking = false;
 }
@@ -54,15 +68,21 @@ void CNoiseRemover::UpdateDerived() noexcept {
     UpdateOutputCurve();
     LimitGains();
     UpdateTracker();
+    LogSpectral->SetSettings({Settings.ReductionDb, TrackerThresholdDb(), Settings.BandWidthHz});
+}
+
+// From a bin's minimum level to its floor.
+double CNoiseRemover::TrackerThresholdDb() const noexcept {
+    const double octaves = std::log(FFTSize) / std::log(2.0);
+    return Settings.OffsetDb + thresholdBaseDb - thresholdPerOctave * octaves + thresholdOverMinimumDb +
+           thresholdPerKneeDb * Settings.KneeDb;
 }
 
 void CNoiseRemover::UpdateTracker() noexcept {
     NoiseTrackerSettings settings;
     settings.SampleRate = SampleRate;
     settings.EvidenceTarget = static_cast<int>(SampleRate * evidenceSeconds / (2.0 * HopSize));
-    const double octaves = std::log(FFTSize) / std::log(2.0);
-    settings.TrackerThreshold = Settings.OffsetDb + thresholdBaseDb - thresholdPerOctave * octaves +
-                                thresholdOverMinimumDb + thresholdPerKneeDb * Settings.KneeDb;
+    settings.TrackerThreshold = TrackerThresholdDb();
     settings.TrackerRate = Settings.TrackerRate;
     settings.DecisionLevel = Settings.DecisionLevel;
     Tracker->SetSettings(settings);
@@ -95,6 +115,35 @@ void CNoiseRemover::LimitGains() noexcept {
 
 void CNoiseRemover::ProcessFrame(const double *mag, const double *db, double *gainOut,
                                  const double *refMag) noexcept {
+    if (Rule == Estimator::gate)
+        Gate(mag, db, gainOut, refMag);
+    else if (HoldsSound(mag))
+        EstimateLogSpectral(mag, db, gainOut);
+    else
+        SoundFrames = 0;
+    SamplePosition += HopSize;
+}
+
+// At any level: nothing opens or closes the estimator. Digital silence teaches nothing and leaves the gains
+// as they are. Nor does a frame teach that is silent in part: its levels are those of its window.
+void CNoiseRemover::EstimateLogSpectral(const double *mag, const double *db, double *gainOut) noexcept {
+    const bool isWhole = SoundFrames == FFTSize / HopSize;
+    if (isWhole)
+        Tracker->Update(SamplePosition, mag, db);
+    else
+        ++SoundFrames;
+    Tracking = true;
+    for (int k = 1; k < HalfSize; ++k)
+        Reference[k] = levelOffset * mag[k - 1];
+    LogSpectral->ComputeGains(mag, Tracker->NoiseFloor.data(), isWhole, gainOut);
+}
+
+bool CNoiseRemover::HoldsSound(const double *mag) const noexcept {
+    return std::any_of(mag + 1, mag + HalfSize, [](double bin) { return bin > ditherMagnitude; });
+}
+
+void CNoiseRemover::Gate(const double *mag, const double *db, double *gainOut,
+                         const double *refMag) noexcept {
     if (Tracking) {
         FollowReference(refMag, FollowTracker(mag, db));
         MeasureDeviation(mag);
@@ -107,7 +156,6 @@ void CNoiseRemover::ProcessFrame(const double *mag, const double *db, double *ga
     }
     RebuildFloor();
     DecayBoost();
-    SamplePosition += HopSize;
 }
 
 // The end bins count in the sum but not in the divisor.

@@ -105,6 +105,47 @@ constexpr float curveWidthDb = 8.0f;     // dB, halved, over which gains close t
 constexpr float lowestCorner = 0.15f;    // linear: the curve's corners lie between this and 1
 constexpr float highestGainDecades = 37.0f; // exponents are limited to what a float holds
 
+// Log-spectral estimator. Ratios, and what is compared with them, are of powers. Weights are given for a
+// hop of so many ms and scaled to the one there is. The values that no publication gives were found by search
+// over speech and music in noise.
+
+constexpr double noiseOverFloorDb = 2.4;    // dB from a bin's minimum level to its mean noise power
+constexpr double floorSmoothingMs = 3600.0; // ms: the tracker's floors move in steps
+constexpr double farFromMean = 30.0;        // ratio: a floor so far from its mean starts a new one
+constexpr double noiseSmoothingMs = 1600.0; // ms: mean power of what is unlikely to be speech,
+constexpr double noiseBelowFloor = 0.5623413251903491; // ratio: -2.5 dB, and
+constexpr double noiseAboveFloor = 2.51188643150958;   // ratio: 4 dB; so far it may leave the floor
+constexpr double speechRatio = 15.848931924611133;     // ratio: 12 dB, of speech to noise where there is any
+constexpr double presenceAt16Ms = 0.9;   // weight of the past in the probability of speech, as published,
+constexpr double sureSpeech = 0.99;      // and the most that counts where it has been so high for long
+constexpr double priorWeightAt8Ms = 0.9; // weight of the past frame in the a-priori ratio
+constexpr double leastPrior = 0.025118864315095794; // ratio: -16 dB, the lowest a-priori ratio
+constexpr double highestRatio = 1e4;                // ratio: more would spoil the sums over bins
+constexpr double leastExponent = 1e-8;              // of the gain's formula, whose logarithm is taken
+constexpr double smoothingAt8Ms = 0.92; // weight of the past in the ratios that decide on presence
+constexpr double presenceRatio = 0.47863009232263826; // ratio: -3.2 dB, of a neighbourhood that may be either
+constexpr double leastPresence = 0.026;    // what a neighbourhood of noise leaves of the probability
+constexpr double localShare = 0.16;        // of the bandwidth setting, to each side: the near neighbourhood
+constexpr double wideHz = 770.0;           // Hz to each side: the wider one
+constexpr double framePresenceHz = 4300.0; // Hz: bins below decide for the whole frame
+constexpr double blendPresence = 0.43;     // mean presence from which gains are left as they are
+constexpr double noiseBandHz = 540.0;      // Hz: width of the band whose mean that is
+constexpr double blendHz = 1380.0;         // Hz to each side: gains of noise are averaged so wide
+constexpr double blendHold = 0.74;         // weight of the past gains in noise
+
+// While a bin has no floor: the least power of the last two stretches.
+
+constexpr double provisionalMs = 300.0;                  // ms: a stretch
+constexpr double provisionalStartMs = 100.0;             // ms that are heard before any reduction,
+constexpr double provisionalRiseMs = 500.0;              // and in which it then comes up to the full
+constexpr double provisionalLevelMs = 60.0;              // ms: smoothing of the power
+constexpr double provisionalFactor = 1.9952623149688795; // ratio: 3 dB from that minimum to the mean
+constexpr double takeOverMs = 100.0;                     // ms that the minimum counts for when a floor comes
+
+constexpr double leastNoisePower = 1e-24; // power: divided by
+constexpr double ditherMagnitude = 3e-10; // linear: what a frame's dither stays below in every bin,
+constexpr double ditherPower = 1e-19;     // and its square, rounded up
+
 // Modulation analysis: the spectrum of each bin's magnitude over the last frames.
 
 constexpr int ringLength = 64;                            // frames analysed at once

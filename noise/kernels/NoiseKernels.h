@@ -101,6 +101,49 @@ struct ModulationScoreRows {
     float *activity, *score;
 };
 
+/// Noise power and signal-to-noise ratios of the log-spectral estimator.
+struct NoiseRows {
+    const double *magnitude, *noiseFloor;  // linear; a floor of 0 is none
+    const double *cleanPower;              // of the frame before
+    double *level, *minimum, *pastMinimum; // smoothed power and its minima
+    double *floorAge, *floorPower;         // frames since the floor came; smoothed
+    double *noise, *presence;              // mean power of the noise; smoothed probability of speech
+    double *smoothedPrior;                 // a-priori ratio, smoothed over frames
+    double *posterior, *prior;             // ratios of this frame, linear powers
+};
+enum class NoiseStretch { first, begins, goesOn };
+struct NoiseStep {
+    NoiseStretch stretch; // of the minimum
+    bool hasMinimum;      // a floor that comes can begin there
+    bool teaches;         // the frame says something of the noise
+    double levelWeight, floorWeight, noiseWeight, presenceWeight, smoothingWeight; // of what is new
+    double priorWeight;                                                            // of what is old
+    double minimumFactor, floorScale; // from minimum and squared floor to mean power
+    double startAge;                  // frames that the minimum counts as
+};
+
+/// Gains before their smoothing over frequency. Sums are running ones, readable a window's reach beyond the
+/// bins.
+struct EstimateRows {
+    const double *magnitude, *noiseFloor, *posterior, *prior;
+    const double *priorSum, *localInverse, *wideInverse;
+    double *cleanPower, *logGain, *presence; // linear, log10 of linear, 0 .. 1
+};
+struct EstimateStep {
+    int localReach, wideReach;                // bins on each side
+    double framePresence;                     // 0 .. 1
+    double lowestLogGain, provisionalLogGain; // log10, with a floor and without
+};
+
+struct BlendRows {
+    const double *logGain, *logGainSum, *presenceSum, *blendInverse, *noiseInverse;
+    double *pastLogGain; // of the frame before, after the smoothing
+    double *gain;        // linear
+};
+struct BlendStep {
+    int blendReach, noiseReach; // bins on each side
+};
+
 struct NoiseKernels {
     void (*FollowReference)(const ReferenceRows &rows, const ReferenceStep &step, int count);
     /// Raises each of `count` values to at least `spreading` times the one before it (after it), starting
@@ -124,6 +167,9 @@ struct NoiseKernels {
     void (*TransformModulation)(const ModulationSpectrumRows &rows, const ModulationTables &tables,
                                 int ringPos, int stride, int count);
     void (*ScoreModulation)(const ModulationScoreRows &rows, int historyPos, int stride, int count);
+    void (*FollowNoise)(const NoiseRows &rows, const NoiseStep &step, int count);
+    void (*EstimateGain)(const EstimateRows &rows, const EstimateStep &step, int count);
+    void (*BlendGain)(const BlendRows &rows, const BlendStep &step, int count);
 };
 
 extern const NoiseKernels kPortableNoiseKernels, kAvx2NoiseKernels, kAvx512NoiseKernels;

@@ -4,6 +4,7 @@
 #define QUIETFLOOR_NOISE_KERNELS_NOISETABLE_H
 
 #include "noise/kernels/Gain.h"
+#include "noise/kernels/LogSpectral.h"
 #include "noise/kernels/Modulation.h"
 #include "noise/kernels/Tracker.h"
 
@@ -11,10 +12,10 @@ namespace {
 
 template <class F, class D>
 constexpr quietfloor::NoiseKernels NoiseKernelsOver() {
-    return {FollowReference<D>,   Spread<D, 1>,   Spread<D, -1>,     SquaredExcess<D>,
-            SmoothGain<D>,        ShapeOutput<D>, FollowLevel<D>,    ShareEvidence<D>,
-            MoveFloors<D>,        CountFloors<D>, FeedModulation<D>, TransformModulation<F>,
-            ScoreModulation<F, D>};
+    return {FollowReference<D>,    Spread<D, 1>,   Spread<D, -1>,     SquaredExcess<D>,
+            SmoothGain<D>,         ShapeOutput<D>, FollowLevel<D>,    ShareEvidence<D>,
+            MoveFloors<D>,         CountFloors<D>, FeedModulation<D>, TransformModulation<F>,
+            ScoreModulation<F, D>, FollowNoise<D>, EstimateGain<D>,   BlendGain<D>};
 }
 
 } // namespace
