@@ -2,6 +2,7 @@
 // The C interface: the object behind a handle, and every exception turned into a status.
 #include "lib/quietfloor.h"
 
+#include "dsp/Estimators.h"
 #include "dsp/Parameters.h"
 #include "dsp/SingleChannelAdaptiveNoise.h"
 
@@ -25,6 +26,8 @@ static_assert(static_cast<int>(QUIETFLOOR_KNEE) == SingleChannelAdaptiveNoise::k
 static_assert(static_cast<int>(QUIETFLOOR_RELEASE) == SingleChannelAdaptiveNoise::kReleaseMs);
 static_assert(static_cast<int>(QUIETFLOOR_FILTER_MODE) == SingleChannelAdaptiveNoise::kFilterMode);
 static_assert(static_cast<int>(QUIETFLOOR_ACTIVE) == SingleChannelAdaptiveNoise::kActive);
+static_assert(static_cast<int>(QUIETFLOOR_GATE) == SingleChannelAdaptiveNoise::kGate);
+static_assert(static_cast<int>(QUIETFLOOR_LOG_SPECTRAL) == SingleChannelAdaptiveNoise::kLogSpectral);
 
 // Nothing but memory fails in the object, so whatever is thrown means that.
 template <class Call>
@@ -108,6 +111,18 @@ quietfloor_status quietfloor_set_parameter(quietfloor_reducer *reducer, int inde
 
 float quietfloor_get_parameter(const quietfloor_reducer *reducer, int index) {
     return reducer ? reducer->stream.GetParameter(index) : 0.0f;
+}
+
+quietfloor_status quietfloor_set_estimator(quietfloor_reducer *reducer, int estimator) {
+    const quietfloor::EstimatorInfo *info = quietfloor::FindEstimator(estimator);
+    if (!reducer || !info)
+        return QUIETFLOOR_BAD_ARGUMENT;
+    reducer->stream.SetEstimator(info->estimator);
+    return QUIETFLOOR_OK;
+}
+
+int quietfloor_get_estimator(const quietfloor_reducer *reducer) {
+    return reducer ? reducer->stream.GetEstimator() : -1;
 }
 
 int quietfloor_parameter_count(void) { return quietfloor::parameterCount; }

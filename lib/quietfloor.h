@@ -39,7 +39,7 @@ extern "C" {
 typedef enum quietfloor_status {
     QUIETFLOOR_OK = 0,            ///< done
     QUIETFLOOR_OUT_OF_MEMORY = 1, ///< the handle keeps its parameters and tries again at the next call
-    QUIETFLOOR_BAD_ARGUMENT = 2   ///< a null handle or array, an index or a rate outside its range
+    QUIETFLOOR_BAD_ARGUMENT = 2   ///< a null handle or array; an index, a rate or an estimator that is none
 } quietfloor_status;
 
 /// The parameters that do something, by index; 0 to `quietfloor_parameter_count() - 1` are valid. Values are
@@ -83,6 +83,15 @@ typedef enum quietfloor_parameter {
     QUIETFLOOR_ACTIVE = 13,
     // end
 } quietfloor_parameter;
+
+/// How gains follow from the signal and the learnt noise.
+typedef enum quietfloor_estimator {
+    /// A gate per bin: closed below the noise floor, open above. The default.
+    QUIETFLOOR_GATE = 0,
+    /// The log-spectral amplitude estimator of Ephraim and Malah (1985), weighted by the probability that
+    /// there is more than noise (Cohen and Berdugo 2001).
+    QUIETFLOOR_LOG_SPECTRAL = 1
+} quietfloor_estimator;
 
 /// One channel's noise reducer.
 typedef struct quietfloor_reducer quietfloor_reducer;
@@ -137,6 +146,13 @@ QUIETFLOOR_API quietfloor_status quietfloor_set_parameter(quietfloor_reducer *re
 
 /// The stored value; 0 for null or an index out of range.
 QUIETFLOOR_API float quietfloor_get_parameter(const quietfloor_reducer *reducer, int index);
+
+/// Chooses the estimator, by a value of `quietfloor_estimator`; any other is a bad argument. It takes effect
+/// from the next frame on and keeps what was learnt, and it survives a new sample rate, resume and copies.
+QUIETFLOOR_API quietfloor_status quietfloor_set_estimator(quietfloor_reducer *reducer, int estimator);
+
+/// The estimator as chosen, `QUIETFLOOR_GATE` at first; -1 for null.
+QUIETFLOOR_API int quietfloor_get_estimator(const quietfloor_reducer *reducer);
 
 /// How many parameters there are, those without effect among them.
 QUIETFLOOR_API int quietfloor_parameter_count(void);

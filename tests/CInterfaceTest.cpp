@@ -23,12 +23,14 @@ TEST(CInterface, GivesTheSameBitsAsTheObject) {
     std::srand(3);
     Reducer reducer;
     reducer.SetSampleRate(16000);
+    reducer.SetEstimator(Reducer::kLogSpectral);
     Configure(reducer, 1024, true);
     std::srand(3);
     Handle handle = Owned(quietfloor_create());
     EXPECT_EQ(quietfloor_set_sample_rate(handle.get(), 16000), QUIETFLOOR_OK);
     quietfloor_set_parameter(handle.get(), QUIETFLOOR_FFT_SIZE, 1024);
     quietfloor_set_parameter(handle.get(), QUIETFLOOR_FILTER_MODE, 1);
+    EXPECT_EQ(quietfloor_set_estimator(handle.get(), QUIETFLOOR_LOG_SPECTRAL), QUIETFLOOR_OK);
     EXPECT_EQ(quietfloor_resume(handle.get()), QUIETFLOOR_OK);
     EXPECT_EQ(quietfloor_latency(handle.get()), reducer.GetLatency());
     const auto half = static_cast<int>(x.size() / 2);
@@ -53,9 +55,12 @@ TEST(CInterface, RefusesWhatMakesNoSense) {
           quietfloor_process(handle.get(), &x, nullptr, 1), quietfloor_set_sample_rate(nullptr, 8000),
           quietfloor_set_sample_rate(handle.get(), 0), quietfloor_resume(nullptr),
           quietfloor_set_parameter(nullptr, 0, 1), quietfloor_set_parameter(handle.get(), count, 1),
-          quietfloor_parameter_bounds(-1, &lower, &lower),
+          quietfloor_set_estimator(nullptr, 0), quietfloor_set_estimator(handle.get(), -1),
+          quietfloor_set_estimator(handle.get(), 2), quietfloor_parameter_bounds(-1, &lower, &lower),
           quietfloor_parameter_bounds(count, &lower, &lower)})
         EXPECT_EQ(status, QUIETFLOOR_BAD_ARGUMENT);
+    EXPECT_EQ(quietfloor_get_estimator(handle.get()), QUIETFLOOR_GATE);
+    EXPECT_EQ(quietfloor_get_estimator(nullptr), -1);
     EXPECT_TRUE(x == 3 && lower == 7 && quietfloor_sample_rate(handle.get()) == 44100);
     EXPECT_EQ(quietfloor_process(handle.get(), nullptr, nullptr, 0), QUIETFLOOR_OK);
     float upper = 0;

@@ -23,6 +23,7 @@ public:
     }
     void Resume() { Check(quietfloor_resume(handle.get())); }
     void SetParameter(int index, float value) { Check(quietfloor_set_parameter(handle.get(), index, value)); }
+    void SetEstimator(int estimator) { Check(quietfloor_set_estimator(handle.get(), estimator)); }
     void SetSampleRate(int rate) { Check(quietfloor_set_sample_rate(handle.get(), rate)); }
     float GetParameter(int index) const { return quietfloor_get_parameter(handle.get(), index); }
     int GetLatency() const { return quietfloor_latency(handle.get()); }

@@ -18,6 +18,7 @@ typedef dsp::SingleChannelAdaptiveNoise Reducer;
 static bool DelaysAlike() {
     Reducer first;
     first.SetParameter(Reducer::kReductionDb, 0);
+    first.SetEstimator(Reducer::kLogSpectral);
     first.SetSampleRate(48000);
     first.Resume();
     Reducer second(first), third;
