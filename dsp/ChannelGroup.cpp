@@ -49,11 +49,18 @@ void ChannelGroup::SetParameter(int index, float value) {
         isRebuildPending = true;
 }
 
+void ChannelGroup::SetEstimator(Reducer::Estimator estimator) {
+    for (Reducer &reducer : reducers)
+        reducer.SetEstimator(estimator);
+}
+
 bool ChannelGroup::SetPreset(const char *name) {
     const quietfloor::Preset *const preset = quietfloor::FindPreset(name);
-    if (preset != nullptr)
-        SetAll(*this, preset->values);
-    return preset != nullptr;
+    if (preset == nullptr)
+        return false;
+    SetEstimator(preset->estimator);
+    SetAll(*this, preset->values);
+    return true;
 }
 
 void ChannelGroup::Resume() {

@@ -81,8 +81,14 @@ public:
     /// The stored value; 0 for an index out of range.
     float GetParameter(int index) const { return reducers.front().GetParameter(index); }
 
-    /// Sets all parameters to those of a preset, such as "speech", which causes a rebuild. False if no
-    /// preset has the name; then nothing changes.
+    /// Chooses the estimator of all channels, with effect from the next frame on; what is no estimator is
+    /// ignored. Keeps what was learnt, and survives rebuilds and copies.
+    void SetEstimator(SingleChannelAdaptiveNoise::Estimator estimator);
+
+    SingleChannelAdaptiveNoise::Estimator GetEstimator() const { return reducers.front().GetEstimator(); }
+
+    /// Sets the estimator and all parameters to those of a preset, such as "speech", which causes a rebuild.
+    /// False if no preset has the name; then nothing changes.
     bool SetPreset(const char *name);
 
     /// Links the channels or sets them apart, from the next frame on; off at first. Makes no difference to

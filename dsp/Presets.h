@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-/// Named sets of parameter values: what the program and the plug-ins offer.
+/// Named settings, an estimator and values of all parameters: what the program and the plug-ins offer.
 #ifndef QUIETFLOOR_DSP_PRESETS_H
 #define QUIETFLOOR_DSP_PRESETS_H
 
@@ -7,12 +7,14 @@
 #include <string_view>
 
 #include "dsp/Parameters.h"
+#include "dsp/SingleChannelAdaptiveNoise.h"
 
 namespace quietfloor {
 
 struct Preset {
     const char *name;        // lower case, one word
     const char *description; // one line for people: what it is for and what it trades
+    dsp::SingleChannelAdaptiveNoise::Estimator estimator;
     ParameterValues values;
 };
 

@@ -30,9 +30,11 @@ ChannelGroup::Values ValuesFor(int fftSize, bool filterMode) {
     return values;
 }
 
-Reducer MakeSingle(int sampleRate, const ChannelGroup::Values &values) {
+Reducer MakeSingle(int sampleRate, const ChannelGroup::Values &values,
+                   Reducer::Estimator estimator = Reducer::kGate) {
     std::srand(5);
     Reducer single;
+    single.SetEstimator(estimator);
     for (int i = 0; i < Reducer::kParamCount; ++i)
         if (quietfloor::ParameterAt(i).isSettable)
             single.SetParameter(i, values[static_cast<std::size_t>(i)]);
@@ -79,7 +81,8 @@ Channels Process(ChannelGroup &group, Channels x, Layout layout) {
     return x;
 }
 
-// A parameter is set before each block; some of them rebuild, and some values make no sense.
+// A parameter is set before each block, and now and then the other estimator; some of them rebuild, and some
+// values make no sense.
 constexpr std::pair<int, float> changes[] = {
     {-1, 7},    {Reducer::kReductionDb, 35}, {Reducer::kFftSize, nan},    {Reducer::kOffsetDb, 1e9f},
     {14, 7},    {Reducer::kFftSize, 700},    {Reducer::kReleaseMs, -nan}, {Reducer::kStrength, -1e30f},
@@ -98,11 +101,13 @@ TEST(ChannelGroup, GivesTheBitsOfSingleObjectsWhateverIsSetOnTheWay) {
             for (const auto &[index, value] : changes) {
                 SCOPED_TRACE(testing::Message() << width << filterMode << ' ' << index << ' ' << value);
                 group.SetParameter(index, value);
+                group.SetEstimator(estimators[turn / 3 % 2]);
                 Channels x = Noises(width, 1 + turn * 977 % 5000);
                 std::srand(turn); // of a rebuild
                 const Channels y = Process(group, x, static_cast<Layout>(turn % layoutCount));
                 for (std::size_t c = 0; c < width; ++c) {
                     singles[c].SetParameter(index, value);
+                    singles[c].SetEstimator(estimators[turn / 3 % 2]);
                     std::srand(turn);
                     EXPECT_EQ(y[c], Through(singles[c], x[c], 100)) << c;
                 }
@@ -166,10 +171,12 @@ TEST(ChannelGroup, TakesPresetsByName) {
     const Channels x = Noises(2, 30'000);
     for (const quietfloor::Preset &preset : quietfloor::Presets()) {
         ChannelGroup named(2, 44100);
+        named.SetEstimator(Reducer::kLogSpectral);
         ASSERT_TRUE(named.SetPreset(preset.name));
+        EXPECT_EQ(named.GetEstimator(), preset.estimator) << preset.name;
         std::srand(2);
         const Channels y = Process(named, x, planar);
-        std::vector<Reducer> singles(2, MakeSingle(44100, preset.values));
+        std::vector<Reducer> singles(2, MakeSingle(44100, preset.values, preset.estimator));
         EXPECT_EQ(named.GetLatency(), singles[0].GetLatency()) << preset.name;
         for (std::size_t c = 0; c < 2; ++c) {
             std::srand(2);

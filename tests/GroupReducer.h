@@ -19,6 +19,7 @@ public:
     void PushLeadIn() { group.PushLeadIn(); }
     void Resume() { group.Resume(); }
     void SetParameter(int index, float value) { group.SetParameter(index, value); }
+    void SetEstimator(dsp::SingleChannelAdaptiveNoise::Estimator estimator) { group.SetEstimator(estimator); }
     float GetParameter(int index) const { return group.GetParameter(index); }
     int GetLatency() const { return group.GetLatency(); }
 

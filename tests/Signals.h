@@ -13,6 +13,8 @@
 using Reducer = dsp::SingleChannelAdaptiveNoise;
 using Samples = std::vector<float>;
 
+inline constexpr Reducer::Estimator estimators[] = {Reducer::kGate, Reducer::kLogSpectral};
+
 /// Gaussian noise, its rms at `levelDb` to full scale.
 template <class Real = float>
 std::vector<Real> WhiteNoise(std::size_t count, double levelDb, unsigned seed = 1) {

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "dsp/Estimators.h"
 #include "dsp/Presets.h"
 #include "tools/command/JsonWriter.h"
 #include "tools/command/UsageError.h"
@@ -42,18 +43,18 @@ JsonObject AsJson(const Preset &preset) {
             values.AddToken(ParameterAt(i).name, NumberText(preset.values[static_cast<std::size_t>(i)]));
     object.Add("name", preset.name);
     object.Add("description", preset.description);
+    object.Add("estimator", NameOf(preset.estimator));
     object.AddToken("values", values.Text());
     return object;
 }
 
-std::string DifferencesText(const Preset &preset) {
-    std::string text;
+std::string SettingsText(const Preset &preset) {
+    std::string text = std::string("estimator ") + NameOf(preset.estimator);
     for (int i = 0; i < parameterCount; ++i) {
         const ParameterInfo &parameter = ParameterAt(i);
         const float value = preset.values[static_cast<std::size_t>(i)];
         if (parameter.isSettable && value != parameter.defaultValue)
-            text += (text.empty() ? "" : ", ") + std::string(parameter.name) + ' ' +
-                    WithUnit(NumberText(value), parameter);
+            text += std::string(", ") + parameter.name + ' ' + WithUnit(NumberText(value), parameter);
     }
     return text;
 }
@@ -96,9 +97,8 @@ std::string PresetList(bool isJson) {
     std::string table;
     for (const Preset &preset : Presets()) {
         array.Add(AsJson(preset));
-        table += Padded(preset.name, 9) + preset.description + '\n';
-        if (const std::string differences = DifferencesText(preset); !differences.empty())
-            table += std::string(9, ' ') + differences + '\n';
+        table += Padded(preset.name, 9) + preset.description + '\n' + std::string(9, ' ') +
+                 SettingsText(preset) + '\n';
     }
     return isJson ? array.Text() : table;
 }

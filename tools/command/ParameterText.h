@@ -22,8 +22,8 @@ void CheckRange(const ParameterInfo &parameter, float value, const std::string &
 /// All parameters that can be set: a table, or a JSON array of objects.
 std::string ParameterList(bool isJson);
 
-/// All presets with the values in which they differ from the defaults. Only lines that begin with a
-/// preset's name are not indented.
+/// All presets with their estimator and the values that differ from the defaults. Only lines that begin with
+/// a preset's name are not indented.
 std::string PresetList(bool isJson);
 
 } // namespace quietfloor
