@@ -127,6 +127,7 @@ void Constructs() {
 template <class Subject>
 void Copies() {
     Subject original;
+    original.SetEstimator(Reducer::kLogSpectral);
     Output(original);
     Subject twin(original);
     std::optional<Subject> copy;
@@ -158,6 +159,7 @@ void Rebuilds() {
     Subject subject, spared;
     for (Subject *each : {&subject, &spared}) {
         each->SetParameter(Reducer::kOffsetDb, 5);
+        each->SetEstimator(Reducer::kLogSpectral);
         Output(*each);
         if constexpr (index == kSampleRate)
             each->SetSampleRate(8000);

@@ -105,7 +105,7 @@ QUIETFLOOR_WATCH(void *, __cxa_allocate_exception, (std::size_t bytes), (bytes))
 
 namespace {
 
-// Blocks of many lengths, and between them every parameter that asks for no rebuild.
+// Blocks of many lengths, and between them every parameter that asks for no rebuild, and the other estimator.
 template <class Subject>
 void Stream(Subject &subject, Samples &x) {
     int block = 1;
@@ -113,6 +113,7 @@ void Stream(Subject &subject, Samples &x) {
         for (int index = 0; index < Reducer::kParamCount; ++index)
             if (index != Reducer::kFftSize && index != Reducer::kFilterMode && block % 3 == 0)
                 subject.SetParameter(index, static_cast<float>((block + index) % 60));
+        subject.SetEstimator(estimators[at / 10'000 % 2]);
         subject.Process(x.data() + at, x.data() + at, block);
         block = block * 7 % 1021;
     }

@@ -72,6 +72,8 @@ private:
             one = other = before;
             isPending = wasPending;
             REQUIRE(first == Process(x));
+        } else if (action == 11) { // one of them is no estimator
+            SetEstimator(AnyByte(input) % 3);
         } else {
             Process(AnySound(input, input.ConsumeIntegral<std::uint16_t>() % 6000));
         }
@@ -98,6 +100,13 @@ private:
         }
         stored[index] = value;
         finite[index] = std::isfinite(value) ? value : finite[index];
+    }
+
+    void SetEstimator(int number) {
+        const Reducer::Estimator before = one.GetEstimator();
+        for (Reducer *reducer : {&one, &other})
+            reducer->SetEstimator(static_cast<Reducer::Estimator>(number));
+        REQUIRE(one.GetEstimator() == (number < 2 ? number : before));
     }
 
     void SetRate(int hertz) {
@@ -135,6 +144,7 @@ private:
         Reducer fresh;
         for (int i = 0; i < Reducer::kParamCount; ++i)
             fresh.SetParameter(i, finite[i]);
+        fresh.SetEstimator(one.GetEstimator());
         fresh.SetSampleRate(rate);
         return Played(fresh, x, 0);
     }
