@@ -242,6 +242,7 @@ TEST_F(Program, SaysWhatIsWrongInOneLineAndLeavesNothingBehind) {
         {"--format wav --subtype mp3 in out", 1, "--list-formats"},
         {"--reduction \"\" in out", 1, "empty"},
         {"\"\" out", 1, "empty"},
+        {"--estimator Gate in out", 1, "--estimator: 'Gate' is not gate or log-spectral"},
         {"--link maybe in out", 1, "--link: 'maybe' is not on or off"},
         {"--config word in out", 1, "word:1: link: 'yes'"},
         {"--config missing in out", 1, "missing"},
@@ -339,7 +340,9 @@ TEST_F(Program, ExtendsTheHeaderOfWavFilesThatNeedIt) {
 
 TEST_F(Program, ParametersComeFromPresetFileAndOptions) {
     Save(folder / "in", Noise(SF_FORMAT_WAV | SF_FORMAT_FLOAT, 1, 50000, 1));
-    ASSERT_EQ(Run("--preset strong --knee 3 --release 33.3 --prime 0.5 --save-config kept in a"), 0)
+    ASSERT_EQ(Run("--preset strong --knee 3 --release 33.3 --prime 0.5 --estimator log-spectral "
+                  "--save-config kept in a"),
+              0)
         << Said();
     ASSERT_EQ(Run("--config kept in b"), 0) << Said();
     EXPECT_EQ(Content("a"), Content("b"));
@@ -347,6 +350,9 @@ TEST_F(Program, ParametersComeFromPresetFileAndOptions) {
     EXPECT_NE(Said().find("\nknee = 3"), std::string::npos);
     EXPECT_NE(Said().find("\nlearn = 0.5\n"), std::string::npos);
     EXPECT_NE(Said().find("\nrelease = 50"), std::string::npos);
+    EXPECT_NE(Said().find("\nestimator = log-spectral\n"), std::string::npos);
+    ASSERT_EQ(Run("--config kept --estimator gate in gated"), 0) << Said();
+    EXPECT_NE(Content("gated"), Content("a"));
     ASSERT_EQ(Run("--config kept --residual in removed"), 0) << Said();
     const Sound in = Load(folder / "in"), cleaned = Load(folder / "a"), removed = Load(folder / "removed");
     for (std::size_t i = 0; i < in.samples.size(); ++i)

@@ -217,6 +217,7 @@ private:
             if (found == nullptr)
                 throw UsageError("--preset: no preset is called '" + preset + "'; see --list-presets");
             settings.parameters = found->values;
+            settings.estimator = found->estimator;
         }
         if (app.count("--config") > 0)
             settings = ReadConfiguration(PathOf(configuration), settings);

@@ -3,11 +3,21 @@
 
 #include <charconv>
 
+#include "dsp/Estimators.h"
 #include "tools/command/ParameterText.h"
 #include "tools/command/UsageError.h"
 
 namespace quietfloor {
 namespace {
+
+bool TakeEstimator(DenoiseSettings &settings, std::string_view word) {
+    const EstimatorInfo *found = FindEstimator(word);
+    if (found != nullptr)
+        settings.estimator = found->estimator;
+    return found != nullptr;
+}
+
+std::string EstimatorText(const DenoiseSettings &settings) { return NameOf(settings.estimator); }
 
 bool TakeLink(DenoiseSettings &settings, std::string_view word) {
     if (word != "on" && word != "off")
@@ -44,6 +54,9 @@ std::string LearnText(const DenoiseSettings &settings) {
 }
 
 constexpr WordOption options[] = {
+    {"estimator", "--estimator", "gate or log-spectral",
+     "how gains follow from the learnt noise (gate or log-spectral; default gate)", TakeEstimator,
+     EstimatorText},
     {"learn", "--learn,--prime", "auto, off or 0 to 60 s",
      "learn the noise before cleaning: auto, off, or from so many seconds of the beginning (0 to 60; "
      "default: auto)",

@@ -9,6 +9,7 @@ _quietfloor() {
     options=$("$program" --help 2>/dev/null | sed -nE 's/^  (-[^ ]+)( [A-Z]+)?( .*)?$/,\1\2/p')
     case $previous in
         --preset) words=$("$program" --list-presets 2>/dev/null | sed -nE 's/^([^ ]+) .*/\1/p') ;;
+        --estimator) words='gate log-spectral' ;;
         --format) words=$("$program" --list-formats 2>/dev/null | cut -d ' ' -f 1) ;;
         --subtype) words=$("$program" --list-formats 2>/dev/null | cut -d ' ' -f 2- | tr ' ' '\n') ;;
         --learn | --prime) words='auto off' ;;

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "dsp/Parameters.h"
+#include "dsp/SingleChannelAdaptiveNoise.h"
 
 namespace quietfloor {
 
@@ -22,6 +23,7 @@ struct Learning {
 /// What is the same for every file of a run. Values must be inside the parameter table's bounds.
 struct DenoiseSettings {
     ParameterValues parameters = DefaultValues(); // those that cannot be set are ignored
+    dsp::SingleChannelAdaptiveNoise::Estimator estimator = dsp::SingleChannelAdaptiveNoise::kGate;
     std::optional<bool> linksChannels = {}; // the same gains for all; not given: only where there are two
     bool keepsLatency = false;              // the target is late by the latency, cut at the source's length
     bool writesResidual = false;            // the target gets what was removed: target + cleaned = source

@@ -16,6 +16,7 @@ dsp::ChannelGroup MakeReducers(const SF_INFO &source, const DenoiseSettings &set
     const std::lock_guard<std::mutex> lock(generator);
     std::srand(1);
     dsp::ChannelGroup reducers(source.channels, source.samplerate, settings.parameters);
+    reducers.SetEstimator(settings.estimator);
     // Two channels are taken for a stereo image; more may as well be microphones of their own.
     reducers.SetLink(settings.linksChannels.value_or(source.channels == 2));
     return reducers;
