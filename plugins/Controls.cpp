@@ -5,7 +5,8 @@
 #include <cctype>
 #include <cmath>
 
-#include "dsp/SingleChannelAdaptiveNoise.h"
+#include "dsp/Estimators.h"
+#include "plugins/ReducerGroup.h"
 
 namespace quietfloor {
 namespace {
@@ -14,21 +15,38 @@ using Object = dsp::SingleChannelAdaptiveNoise;
 
 std::vector<Choice> ChoicesFor(const Control &control) {
     std::vector<Choice> choices;
-    if (control.parameter == Object::kFftSize)
+    if (control.place == Object::kFftSize)
         for (float size = control.lowest; size <= control.highest; size *= 2)
             choices.push_back({size, std::to_string(std::lround(size))});
-    if (control.parameter == Object::kFilterMode)
-        choices = {{0.0f, "Gain per band"}, {1.0f, "Linear-phase filter"}};
+    if (control.place == Object::kFilterMode)
+        choices = {{0.0f, "Gain per bin"}, {1.0f, "Linear-phase filter"}};
     return choices;
+}
+
+Control MakeEstimatorControl() {
+    Control control;
+    control.place = estimatorControl;
+    control.symbol = "estimator";
+    control.title = TitleOf(control.symbol);
+    control.description = "how gains follow from the signal and the learnt noise";
+    for (const EstimatorInfo &info : Estimators())
+        control.choices.push_back({static_cast<float>(info.estimator), info.title});
+    control.lowest = control.choices.front().value;
+    control.highest = control.choices.back().value;
+    control.defaultValue = static_cast<float>(ReducerSettings().estimator);
+    return control;
 }
 
 Control MakeControl(int parameter) {
     const ParameterInfo &info = ParameterAt(parameter);
     Control control;
-    control.parameter = parameter;
+    control.place = parameter;
     control.symbol = info.name;
     std::replace(control.symbol.begin(), control.symbol.end(), '-', '_');
     control.title = TitleOf(info.name);
+    control.unit = info.unit;
+    control.description = info.description;
+    control.defaultValue = info.defaultValue;
     control.lowest = std::ceil(info.lowerBound) + 0.0f; // makes -0 plain 0
     control.highest = std::floor(info.upperBound);
     control.isLogarithmic = parameter == Object::kFftSize || parameter == Object::kReleaseMs;
@@ -43,7 +61,13 @@ std::vector<Control> Controls() {
     for (int i = 0; i < parameterCount; ++i)
         if (ParameterAt(i).isSettable)
             controls.push_back(MakeControl(i));
+    controls.push_back(MakeEstimatorControl());
     return controls;
+}
+
+float ValueIn(const Preset &preset, const Control &control) noexcept {
+    return control.place == estimatorControl ? static_cast<float>(preset.estimator)
+                                             : preset.values[static_cast<std::size_t>(control.place)];
 }
 
 std::string TitleOf(const std::string &name) {

@@ -8,6 +8,12 @@
 
 namespace quietfloor {
 
+/// What the controls ask for.
+struct ReducerSettings {
+    ParameterValues values = DefaultValues();
+    dsp::SingleChannelAdaptiveNoise::Estimator estimator = dsp::SingleChannelAdaptiveNoise::kGate;
+};
+
 /// Whether only a rebuild puts a parameter into effect.
 bool TakesRebuild(int parameter) noexcept;
 
@@ -16,16 +22,16 @@ bool TakesRebuild(int parameter) noexcept;
 class ReducerGroup {
 public:
     /// Begins a new stream: no sound, no learnt noise. Allocates; throws std::bad_alloc.
-    ReducerGroup(int channelCount, int sampleRate, const ParameterValues &values);
+    ReducerGroup(int channelCount, int sampleRate, const ReducerSettings &settings);
 
     /// In samples.
     int Latency() const noexcept { return group.GetLatency(); }
 
-    /// Whether these values take a new group.
-    bool NeedsRebuildFor(const ParameterValues &wanted) const noexcept;
+    /// Whether these settings take a new group.
+    bool NeedsRebuildFor(const ReducerSettings &wanted) const noexcept;
 
     /// Puts into effect what needs no rebuild. Finite values only.
-    void Follow(const ParameterValues &wanted) noexcept;
+    void Follow(const ReducerSettings &wanted) noexcept;
 
     /// Whether all channels get the same gains; off at first.
     void SetLink(bool linked) noexcept { group.SetLink(linked); }

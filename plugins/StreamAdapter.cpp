@@ -5,6 +5,7 @@
 #include <cmath>
 #include <utility>
 
+#include "dsp/Estimators.h"
 #include "dsp/FrameGeometry.h"
 
 namespace quietfloor {
@@ -29,9 +30,9 @@ StreamAdapter::StreamAdapter(int channelCount, int rate, bool worker)
     dry.assign(static_cast<std::size_t>(channelCount), DelayLine(LongestLatency() + blockLength));
 }
 
-std::unique_ptr<ReducerGroup> StreamAdapter::Build(const ParameterValues &values) const noexcept {
+std::unique_ptr<ReducerGroup> StreamAdapter::Build(const ReducerSettings &settings) const noexcept {
     try {
-        return std::make_unique<ReducerGroup>(static_cast<int>(dry.size()), sampleRate, values);
+        return std::make_unique<ReducerGroup>(static_cast<int>(dry.size()), sampleRate, settings);
     } catch (...) { // nothing but memory fails
         return nullptr;
     }
@@ -67,10 +68,21 @@ void StreamAdapter::MakeUpForBlindStart() noexcept {
 }
 
 void StreamAdapter::ReadControls() noexcept {
-    for (std::size_t i = 0; i < wanted.size(); ++i) {
+    for (std::size_t i = 0; i < wanted.values.size(); ++i) {
         const ParameterInfo &info = ParameterAt(static_cast<int>(i));
         if (const float *value = ports.controls[i]; value && std::isfinite(*value))
-            wanted[i] = std::clamp(*value, info.lowerBound, info.upperBound);
+            wanted.values[i] = std::clamp(*value, info.lowerBound, info.upperBound);
+    }
+    ReadEstimator();
+}
+
+// The one nearest to the value.
+void StreamAdapter::ReadEstimator() noexcept {
+    const std::span<const EstimatorInfo> estimators = Estimators();
+    const auto highest = static_cast<float>(estimators.size() - 1);
+    if (const float *value = ports.controls[estimatorControl]; value && std::isfinite(*value)) {
+        const auto nearest = static_cast<std::size_t>(std::lround(std::clamp(*value, 0.0f, highest)));
+        wanted.estimator = estimators[nearest].estimator;
     }
 }
 

@@ -7,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+#include "plugins/Controls.h"
 #include "plugins/Fade.h"
 #include "plugins/ReducerGroup.h"
 
@@ -19,10 +20,10 @@ inline constexpr int mostChannels = 2;
 struct PortConnections {
     std::array<const float *, mostChannels> in{};
     std::array<float *, mostChannels> out{};
-    std::array<const float *, parameterCount> controls{}; // by parameter; not finite: as it was
-    const float *enabled = nullptr;                       // 0 and below: the input, only delayed
-    const float *link = nullptr;                          // 0 and below: each channel by its own gains
-    float *latency = nullptr;                             // samples
+    std::array<const float *, controlCount> controls{}; // by Control::place; not finite: as it was
+    const float *enabled = nullptr;                     // 0 and below: the input, only delayed
+    const float *link = nullptr;                        // 0 and below: each channel by its own gains
+    float *latency = nullptr;                           // samples
 };
 
 /// Start    `Activate` takes the controls as they stand. A host may connect them only later; then the first
@@ -55,7 +56,7 @@ public:
     bool NeedsRebuild() const noexcept;
 
     /// What to build it for.
-    const ParameterValues &WantedValues() const noexcept { return wanted; }
+    const ReducerSettings &WantedSettings() const noexcept { return wanted; }
 
     /// Whether no other change is under way.
     bool CanTakeOver() const noexcept { return !incoming && !retired; }
@@ -67,7 +68,7 @@ public:
     std::unique_ptr<ReducerGroup> ReleaseRetired() noexcept { return std::move(retired); }
 
     /// May be called by any thread, at any time. Allocates; null if memory runs out.
-    std::unique_ptr<ReducerGroup> Build(const ParameterValues &values) const noexcept;
+    std::unique_ptr<ReducerGroup> Build(const ReducerSettings &settings) const noexcept;
 
 private:
     static constexpr std::size_t blockLength = 256;
@@ -76,6 +77,7 @@ private:
 
     bool AreControlsConnected() const noexcept;
     void ReadControls() noexcept;
+    void ReadEstimator() noexcept;
     void RetireOutdated() noexcept;
     void MakeUpForBlindStart() noexcept;
     bool IsEnabled() const noexcept;
@@ -89,7 +91,7 @@ private:
     const bool hasWorker;
     bool hasStartedBlind = false; // when it was activated, controls were not connected yet
     std::vector<DelayLine> dry;   // one per channel
-    ParameterValues wanted = DefaultValues();
+    ReducerSettings wanted;
     std::unique_ptr<ReducerGroup> current, incoming, retired;
     Fade enabling, handover;
     long long listeningLeft = 0; // samples until the incoming group has heard enough

@@ -31,11 +31,11 @@ enum Port : unsigned long { inputPort, outputPort, latencyPort, firstControl };
 struct Plugin {
     explicit Plugin(int sampleRate) : adapter(1, sampleRate, false) {
         for (const Control &control : Controls())
-            parameters.push_back(control.parameter);
+            places.push_back(control.place);
     }
 
     StreamAdapter adapter;
-    std::vector<int> parameters; // of the control ports, in their order
+    std::vector<int> places; // of the control ports, in their order
 };
 
 Plugin &From(LADSPA_Handle handle) noexcept { return *static_cast<Plugin *>(handle); }
@@ -59,8 +59,8 @@ void ConnectPort(LADSPA_Handle handle, unsigned long port, LADSPA_Data *data) {
         ports.out[0] = data;
     else if (port == latencyPort)
         ports.latency = data;
-    else if (port - firstControl < plugin.parameters.size())
-        ports.controls[static_cast<std::size_t>(plugin.parameters[port - firstControl])] = data;
+    else if (port - firstControl < plugin.places.size())
+        ports.controls[static_cast<std::size_t>(plugin.places[port - firstControl])] = data;
 }
 
 void Activate(LADSPA_Handle handle) { From(handle).adapter.Activate(); }
@@ -93,15 +93,17 @@ LADSPA_PortRangeHintDescriptor NearestDefault(const Control &control) {
     };
     const auto distance = [&](const DefaultHint &hint) {
         const bool isInside = hint.value >= control.lowest && hint.value <= control.highest;
-        return isInside ? std::abs(hint.value - control.Info().defaultValue) : INFINITY;
+        return isInside ? std::abs(hint.value - control.defaultValue) : INFINITY;
     };
     const auto nearer = [&](const DefaultHint &a, const DefaultHint &b) { return distance(a) < distance(b); };
     return std::min_element(std::begin(hints), std::end(hints), nearer)->hint;
 }
 
 LADSPA_PortRangeHint RangeOf(const Control &control) {
-    if (control.lowest == 0 && control.highest == 1 && !control.choices.empty())
-        return {LADSPA_HINT_TOGGLED | LADSPA_HINT_DEFAULT_0, 0, 0};
+    if (control.choices.size() == 2)
+        return {LADSPA_HINT_TOGGLED |
+                    (control.defaultValue > 0 ? LADSPA_HINT_DEFAULT_1 : LADSPA_HINT_DEFAULT_0),
+                0, 0};
     LADSPA_PortRangeHintDescriptor hints =
         LADSPA_HINT_BOUNDED_BELOW | LADSPA_HINT_BOUNDED_ABOVE | NearestDefault(control);
     if (control.isLogarithmic)
@@ -119,9 +121,8 @@ public:
         Add("Output", LADSPA_PORT_AUDIO | LADSPA_PORT_OUTPUT, {0, 0, 0});
         Add(latencyName, LADSPA_PORT_CONTROL | LADSPA_PORT_OUTPUT, {LADSPA_HINT_INTEGER, 0, 0});
         for (const Control &control : Controls()) {
-            const std::string unit = control.Info().unit;
-            Add(control.title + (unit.empty() ? "" : " (" + unit + ")"),
-                LADSPA_PORT_CONTROL | LADSPA_PORT_INPUT, RangeOf(control));
+            const std::string unit = control.unit.empty() ? "" : " (" + control.unit + ")";
+            Add(control.title + unit, LADSPA_PORT_CONTROL | LADSPA_PORT_INPUT, RangeOf(control));
         }
         for (const std::string &name : names)
             namePointers.push_back(name.c_str());

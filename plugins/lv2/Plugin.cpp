@@ -21,12 +21,12 @@ struct Plugin {
     Plugin(int channels, int sampleRate, const LV2_Worker_Schedule *offered)
         : layout{channels}, adapter(channels, sampleRate, offered != nullptr), worker(offered) {
         for (const Control &control : Controls())
-            parameters.push_back(control.parameter);
+            places.push_back(control.place);
     }
 
     PortLayout layout;
     StreamAdapter adapter;
-    std::vector<int> parameters;       // of the control ports, in their order
+    std::vector<int> places;           // of the control ports, in their order
     const LV2_Worker_Schedule *worker; // null if the host offers none
     RebuildExchange exchange;
 };
@@ -69,8 +69,8 @@ void ConnectPort(LV2_Handle handle, std::uint32_t port, void *data) {
     else if (position == layout.Enabled())
         ports.enabled = value;
     else if (const auto control = static_cast<std::size_t>(position - layout.Control(0));
-             control < plugin.parameters.size())
-        ports.controls[static_cast<std::size_t>(plugin.parameters[control])] = value;
+             control < plugin.places.size())
+        ports.controls[static_cast<std::size_t>(plugin.places[control])] = value;
     else
         ports.link = value;
 }

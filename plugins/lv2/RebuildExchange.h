@@ -17,7 +17,7 @@ class RebuildExchange {
 public:
     struct Request {
         bool isBuild; // otherwise the worker only frees
-        ParameterValues values;
+        ReducerSettings settings;
     };
 
     RebuildExchange() = default;
@@ -45,7 +45,7 @@ public:
                 adapter.TakeOver(std::move(group));
         if (!retired.load())
             retired.store(adapter.ReleaseRetired().release());
-        const Request request{adapter.CanTakeOver() && adapter.NeedsRebuild(), adapter.WantedValues()};
+        const Request request{adapter.CanTakeOver() && adapter.NeedsRebuild(), adapter.WantedSettings()};
         if (!isIdle || (!request.isBuild && !retired.load()))
             return;
         isAsked = true;
@@ -56,7 +56,7 @@ public:
     /// [worker] Carries the request out. False if memory ran out; the audio thread asks again.
     bool Serve(const StreamAdapter &adapter, const Request &request) noexcept {
         FreeRetired();
-        std::unique_ptr<ReducerGroup> group = request.isBuild ? adapter.Build(request.values) : nullptr;
+        std::unique_ptr<ReducerGroup> group = request.isBuild ? adapter.Build(request.settings) : nullptr;
         const bool isServed = group || !request.isBuild;
         if (group)
             delete built.exchange(group.release());

@@ -87,15 +87,15 @@ void WriteFixedControls(std::ostream &out, const PortLayout &layout) {
 
 void WriteControl(std::ostream &out, const Control &control, int index) {
     OpenPort(out, index, "lv2:ControlPort , lv2:InputPort", control.symbol, control.title);
-    out << "        rdfs:comment " << Quoted(control.Info().description) << " ;\n"
-        << "        lv2:default " << control.Info().defaultValue << " ;\n"
+    out << "        rdfs:comment " << Quoted(control.description) << " ;\n"
+        << "        lv2:default " << control.defaultValue << " ;\n"
         << "        lv2:minimum " << control.lowest << " ;\n        lv2:maximum " << control.highest << " ;\n"
-        << UnitOf(control.Info().unit);
+        << UnitOf(control.unit);
     if (!control.choices.empty())
         out << "        lv2:portProperty lv2:integer , lv2:enumeration ;\n";
     else if (control.isLogarithmic)
         out << "        lv2:portProperty pprops:logarithmic ;\n";
-    if (TakesRebuild(control.parameter))
+    if (TakesRebuild(control.place))
         out << "        lv2:portProperty pprops:expensive ;\n";
     for (const Choice &choice : control.choices)
         out << "        lv2:scalePoint [ rdfs:label " << Quoted(choice.label) << " ; rdf:value "
@@ -163,7 +163,7 @@ void WritePreset(std::ostream &out, const PluginKind &kind, const Preset &preset
     const char *separator = "    lv2:port ";
     for (const Control &control : Controls()) {
         out << separator << "[ lv2:symbol " << Quoted(control.symbol) << " ; pset:value "
-            << preset.values[static_cast<std::size_t>(control.parameter)] << " ]";
+            << ValueIn(preset, control) << " ]";
         separator = " ,\n        ";
     }
     out << " .\n";

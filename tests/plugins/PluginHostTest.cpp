@@ -49,6 +49,7 @@ enum Control : std::size_t {
     knee,
     release,
     filterMode,
+    estimator,
     controlCount,
     link = controlCount // of the stereo plug-in alone
 };
@@ -190,7 +191,8 @@ TEST(PluginHost, ControlsActAsTheObjectsParametersDo) {
     constexpr std::tuple<Control, int, float> moves[] = {
         {reduction, Reducer::kReductionDb, 12.0f},  {offset, Reducer::kOffsetDb, -3.0f},
         {sensitivity, Reducer::kSensitivity, 8.0f}, {strength, Reducer::kStrength, 55.0f},
-        {bandwidth, Reducer::kBandWidthHz, 0.0f},   {release, Reducer::kReleaseMs, 50.0f}};
+        {bandwidth, Reducer::kBandWidthHz, 0.0f},   {release, Reducer::kReleaseMs, 50.0f},
+        {estimator, Reducer::kParamCount, 1.0f},    {estimator, Reducer::kParamCount, 0.4f}};
     const Samples x = WhiteNoise(48000, -40);
     Host host(1, false);
     Reducer object;
@@ -199,6 +201,8 @@ TEST(PluginHost, ControlsActAsTheObjectsParametersDo) {
     for (const auto &[control, parameter, value] : moves) {
         host[control] = value;
         object.SetParameter(parameter, value);
+        if (control == estimator)
+            object.SetEstimator(estimators[std::lround(value)]);
         const Channels y = host.Run({x});
         Samples expected = x;
         object.Process(expected.data(), expected.data(), static_cast<int>(host.taken));

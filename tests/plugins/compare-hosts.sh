@@ -34,15 +34,17 @@ Check() {
 
 # In the order of the controls, with the delay that goes with them. The second set has a file that is
 # reduced by the filter, and no default; the third has a delay longer than hosts' blocks.
-names=(reduction offset sensitivity strength bandwidth fft-size knee release filter-mode)
-for settings in "20 2 2.5 30 100 512 14 140 0 512" "12 -1 5 60 50 2048 8 80 1 1920" "30 -3 2.5 30 100 8192 12 140 0 6656"; do
+names=(reduction offset sensitivity strength bandwidth fft-size knee release filter-mode estimator)
+estimators=(gate log-spectral)
+for settings in "20 2 2.5 30 100 512 14 140 0 0 512" "12 -1 5 60 50 2048 8 80 1 1 1920" \
+    "30 -3 2.5 30 100 8192 12 140 0 0 6656"; do
     read -ra values <<<"$settings"
     delay=${values[-1]}
     unset 'values[-1]'
-    options=() lv2=() controls=() ladspa=()
+    options=("--estimator=${estimators[${values[-1]}]}") lv2=() controls=() ladspa=()
     for i in "${!names[@]}"; do
         symbol=${names[i]//-/_}
-        options+=("--${names[i]}=${values[i]}")
+        [[ ${names[i]} == estimator ]] || options+=("--${names[i]}=${values[i]}")
         lv2+=(-c "$symbol" "${values[i]}")
         controls+=("$symbol=${values[i]}")
         ladspa+=("c$i=${values[i]}")
