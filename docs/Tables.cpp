@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "dsp/Estimators.h"
 #include "dsp/FrameGeometry.h"
 #include "dsp/Parameters.h"
 #include "dsp/Presets.h"
@@ -87,16 +88,15 @@ void PrintParameters() {
     }
 }
 
-// What a preset sets, as options of the program.
+// The estimator and what a preset sets, as options of the program.
 std::string Options(const Preset &preset) {
-    std::string options;
+    std::string options = std::string("--estimator ") + NameOf(preset.estimator);
     for (int i = 0; i < parameterCount; ++i) {
         const float value = preset.values[static_cast<std::size_t>(i)];
         if (value != ParameterAt(i).defaultValue)
-            options += std::string(options.empty() ? "" : " ") + "--" + ParameterAt(i).name + " " +
-                       NumberText(value);
+            options += std::string(" --") + ParameterAt(i).name + " " + NumberText(value);
     }
-    return options.empty() ? "the defaults" : "`" + options + "`";
+    return "`" + options + "`";
 }
 
 void PrintPresets() {

@@ -28,6 +28,9 @@ Preset Make(const char *name, const char *description, Object::Estimator estimat
 
 std::span<const Preset> Presets() noexcept {
     static const std::array presets{
+        Make("default",
+             "what the library starts with: short delay, even rest; takes weak speech with the noise",
+             Object::kGate, {}),
         Make("gentle", "7 dB less noise and all of the speech; keeps the room", Object::kGate,
              {{Object::kReductionDb, 8.0f},
               {Object::kOffsetDb, -1.5f},

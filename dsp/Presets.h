@@ -18,7 +18,7 @@ struct Preset {
     ParameterValues values;
 };
 
-/// All presets, the gentlest first.
+/// All presets: the object's own defaults, then the others, the gentlest first.
 std::span<const Preset> Presets() noexcept;
 
 /// Null if no preset has the name.
