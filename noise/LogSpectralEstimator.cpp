@@ -95,6 +95,7 @@ NoiseStep LogSpectralEstimator::NextStep(bool teaches) noexcept {
     step.minimumFactor = provisionalFactor;
     step.floorScale = FloorScale;
     step.startAge = step.hasMinimum ? takeOverMs / HopMs : 1e6;
+    step.youngAge = youngFloorMs / HopMs;
     step.teaches = teaches;
     if (teaches && Frames < mostFrames)
         ++Frames;

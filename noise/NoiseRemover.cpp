@@ -68,7 +68,8 @@ void CNoiseRemover::UpdateDerived() noexcept {
     UpdateOutputCurve();
     LimitGains();
     UpdateTracker();
-    LogSpectral->SetSettings({Settings.ReductionDb, TrackerThresholdDb(), Settings.BandWidthHz});
+    LogSpectral->SetSettings(
+        {Settings.ReductionDb, TrackerThresholdDb() - Settings.NoiseShiftDb, Settings.BandWidthHz});
 }
 
 // From a bin's minimum level to its floor.

@@ -30,6 +30,7 @@ DerivedSettings Derived(const NoiseRemoverSettings &given) noexcept {
     const double decisionAtStrength = strength / fullStrength * strengthDecision + decisionAtNoStrength;
     DerivedSettings derived;
     derived.OffsetDb = static_cast<float>(limited.OffsetDb + offsetDb);
+    derived.NoiseShiftDb = static_cast<float>(limited.OffsetDb - usualOffsetDb);
     derived.ReductionDb = limited.ReductionDb;
     derived.ReleaseMs = limited.ReleaseMs;
     derived.KneeDb = limited.KneeDb;

@@ -22,6 +22,7 @@ struct NoiseRemoverSettings {
 /// What the engine works with: these values until it is given any.
 struct DerivedSettings {
     float OffsetDb = -1.0f;
+    float NoiseShiftDb = 0.0f; // of the log-spectral estimate of the noise
     float ReductionDb = 24.0f;
     float ReleaseMs = 10.0f;
     float KneeDb = 14.0f;
@@ -34,8 +35,9 @@ struct DerivedSettings {
 
 /// Limits the given settings to the range in which every formula stays finite and floors come back soon
 /// after a correction (offset +-100 dB, knee 0.5 to 1000 dB, reduction -200 to 1000 dB, sensitivity +-1000,
-/// strength +-10000 %, release from 0 ms), then derives: the strength moves the offset, the sensitivity and
-/// it give the decision level, and the tracker's rate follows from it alone.
+/// strength +-10000 %, release from 0 ms), then derives: the strength moves the offset, whose distance from
+/// its default shifts the estimate of the noise, the sensitivity and it give the decision level, and the
+/// tracker's rate follows from it alone.
 DerivedSettings Derived(const NoiseRemoverSettings &given) noexcept;
 
 } // namespace quietfloor

@@ -29,6 +29,7 @@ constexpr double lowPassA1 = -0.897499759420773;
 constexpr double fullStrength = 100.0;         // percent
 constexpr double strengthOffsetDb = 5.0;       // dB on the detection offset at full strength,
 constexpr double offsetShiftDb = 1.0;          // dB: and off it at any
+constexpr double usualOffsetDb = 2.0;          // dB: no shift of the log-spectral estimate of the noise
 constexpr double sensitivityOctave = 10.0;     // steps of sensitivity that double the decision level
 constexpr double strengthDecision = 51.0;      // decision level, times decisionScale, more at full strength
 constexpr double decisionAtNoStrength = 9.0;   // and without strength
@@ -109,13 +110,14 @@ constexpr float highestGainDecades = 37.0f; // exponents are limited to what a f
 // hop of so many ms and scaled to the one there is. The values that no publication gives were found by search
 // over speech and music in noise.
 
-constexpr double noiseOverFloorDb = 2.4;    // dB from a bin's minimum level to its mean noise power
+constexpr double noiseOverFloorDb = 4.4;    // dB from a bin's minimum level to its mean noise power
 constexpr double floorSmoothingMs = 3600.0; // ms: the tracker's floors move in steps
-constexpr double farFromMean = 30.0;        // ratio: a floor so far from its mean starts a new one
+constexpr double farFromMean = 10.0;        // ratio: a floor so far from its mean starts a new one
+constexpr double youngFloorMs = 3000.0;     // ms from the start of a floor: the noise lies no lower
 constexpr double noiseSmoothingMs = 1600.0; // ms: mean power of what is unlikely to be speech,
-constexpr double noiseBelowFloor = 0.5623413251903491; // ratio: -2.5 dB, and
-constexpr double noiseAboveFloor = 2.51188643150958;   // ratio: 4 dB; so far it may leave the floor
-constexpr double speechRatio = 15.848931924611133;     // ratio: 12 dB, of speech to noise where there is any
+constexpr double noiseBelowFloor = 0.35481338923357547; // ratio: -4.5 dB, and
+constexpr double noiseAboveFloor = 1.5848931924611136;  // ratio: 2 dB; so far it may leave the floor
+constexpr double speechRatio = 15.848931924611133;      // ratio: 12 dB, of speech to noise where there is any
 constexpr double presenceAt16Ms = 0.9;   // weight of the past in the probability of speech, as published,
 constexpr double sureSpeech = 0.99;      // and the most that counts where it has been so high for long
 constexpr double priorWeightAt8Ms = 0.9; // weight of the past frame in the a-priori ratio

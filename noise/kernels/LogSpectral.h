@@ -65,12 +65,15 @@ QUIETFLOOR_INLINE V FollowFloor(const quietfloor::NoiseRows &rows, const quietfl
 }
 
 // The mean power of the noise: the bin's own, where it is unlikely to hold more, within a few dB of the
-// floor.
+// floor. It comes up slowly from below, where noise looks like speech, so it never lies below a young floor.
 template <class V>
 QUIETFLOOR_INLINE V FollowNoisePower(const quietfloor::NoiseRows &rows, const quietfloor::NoiseStep &step,
                                      V power, V floor, V soundShare, int k) {
+    const ConstRow<V> ages{rows.floorAge};
     const RowOf<V> noises{rows.noise}, presences{rows.presence};
-    const V low = floor * noiseBelowFloor, high = floor * noiseAboveFloor;
+    const V age = ages[k];
+    const auto isYoung = (age > 0.0) & (age < step.youngAge);
+    const V low = floor * Select(isYoung, 1.0, noiseBelowFloor), high = floor * noiseAboveFloor;
     const V before = noises[k];
     const V noise = Min(Max(Select(before == 0.0, floor, before), low), high);
     const V exponent = Min(V(power / noise * (speechRatio / (1.0 + speechRatio) * log10OfE)), 87.0);

@@ -119,6 +119,7 @@ struct NoiseStep {
     double levelWeight, floorWeight, noiseWeight, presenceWeight, smoothingWeight; // of what is new
     double priorWeight;                                                            // of what is old
     double minimumFactor, floorScale; // from minimum and squared floor to mean power
+    double youngAge;                  // frames until the noise may lie below its floor
     double startAge;                  // frames that the minimum counts as
 };
 
