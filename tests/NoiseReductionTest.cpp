@@ -116,3 +116,58 @@ TEST(NoiseReduction, SpeechIsNotLearnt) {
     EXPECT_NEAR(sum / 255, 0, 1);
     EXPECT_LT(most, 1);
 }
+
+// From a cold start, without a jump where the tracker's floors come, and as far at a level 80 dB lower.
+TEST(NoiseReduction, LogSpectralHasNoiseDownSoon) {
+    constexpr std::size_t rate = 48'000;
+    const Samples noise = WhiteNoise(6 * rate, -40);
+    Samples faint = noise;
+    for (float &sample : faint)
+        sample *= 1e-4f;
+    for (const int size : {512, 2048})
+        for (const bool filterMode : {false, true}) {
+            SCOPED_TRACE(testing::Message() << size << filterMode);
+            Samples streams[] = {noise, faint};
+            for (Samples &x : streams) {
+                Reducer reducer;
+                reducer.SetEstimator(Reducer::kLogSpectral);
+                reducer.SetSampleRate(rate);
+                Configure(reducer, size, filterMode);
+                x = Aligned(reducer, x);
+            }
+            const Samples &y = streams[0];
+            EXPECT_LT(LevelDb(y, rate * 3 / 10, rate / 2), -46);
+            for (std::size_t at = rate / 2; at < y.size(); at += rate / 20)
+                EXPECT_LT(LevelDb(y, at, at + rate / 20), LevelDb(y, at - rate / 2, at) + 1.5) << at;
+            for (std::size_t at = rate; at < y.size(); at += rate)
+                EXPECT_NEAR(LevelDb(streams[1], at, at + rate) + 80, LevelDb(y, at, at + rate), 0.5) << at;
+        }
+}
+
+// Sounds that come before the noise is known lose little more than later. A voice from the very first sample
+// on counts as noise until it pauses.
+TEST(NoiseReduction, LogSpectralKeepsWhatComesFirst) {
+    constexpr std::ptrdiff_t voiceStart = 141'120; // of `Syllables`
+    const Samples noise = WhiteNoise(6 * second, -40), voice = Syllables(noise.size() + voiceStart, -20);
+    Samples sweep(noise.size());
+    double phase = 0;
+    for (std::size_t i = 0; i < sweep.size(); ++i) {
+        phase += 0.04 + 0.2 * static_cast<double>(i % second) / second;
+        sweep[i] = static_cast<float>(0.1 * std::sin(phase));
+    }
+    const std::pair<Samples, double> sounds[] = {
+        {sweep, 1},
+        {Samples(voice.begin() + voiceStart - second / 10, voice.end() - second / 10), 1},
+        {Samples(voice.begin() + voiceStart, voice.end()), 2}};
+    for (const int size : {512, 2048})
+        for (const auto &[sound, mostDb] : sounds) {
+            Reducer reducer;
+            reducer.SetEstimator(Reducer::kLogSpectral);
+            Configure(reducer, size, false);
+            const Samples x = Sum(sound, noise), y = Aligned(reducer, x);
+            const auto gainDb = [&](std::size_t from, std::size_t to) {
+                return LevelDb(y, from, to) - LevelDb(x, from, to);
+            };
+            EXPECT_GT(gainDb(0, second / 2), gainDb(2 * second, 6 * second) - mostDb) << size;
+        }
+}
