@@ -1,7 +1,8 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
 # Sends a noisy file through the plug-ins in every host at hand and compares each result with the
-# program's. A host that compensates the delay must give the very same stream in time.
+# program's, which must not learn ahead as no plug-in can. A host that compensates the delay must give the very same
+# stream in time.
 # Usage: compare-hosts.sh <program> <folder of the LV2 bundle> <folder of the LADSPA plug-in>
 set -euo pipefail
 program=$1
@@ -41,7 +42,7 @@ for settings in "20 2 2.5 30 100 512 14 140 0 0 512" "12 -1 5 60 50 2048 8 80 1 
     read -ra values <<<"$settings"
     delay=${values[-1]}
     unset 'values[-1]'
-    options=("--estimator=${estimators[${values[-1]}]}") lv2=() controls=() ladspa=()
+    options=(--learn off "--estimator=${estimators[${values[-1]}]}") lv2=() controls=() ladspa=()
     for i in "${!names[@]}"; do
         symbol=${names[i]//-/_}
         [[ ${names[i]} == estimator ]] || options+=("--${names[i]}=${values[i]}")
