@@ -76,7 +76,9 @@ struct PlainEstimator {
     }
 
     void FollowNoise(int k, double power, bool isHeard) {
-        const double low = floorPower[k] * noiseBelowFloor, high = floorPower[k] * noiseAboveFloor;
+        const bool isYoung = age[k] > 0 && age[k] < youngFloorMs / hopMs;
+        const double low = floorPower[k] * (isYoung ? 1 : noiseBelowFloor),
+                     high = floorPower[k] * noiseAboveFloor;
         noise[k] = std::clamp(noise[k] == 0 ? floorPower[k] : noise[k], low, high);
         const double exponent = power / noise[k] * speechRatio / (1 + speechRatio);
         double speech = 1 / (1 + (1 + speechRatio) * std::exp(-exponent));
