@@ -53,9 +53,9 @@ for settings in "20 2 2.5 30 100 512 14 140 0 0 512" "12 -1 5 60 50 2048 8 80 1 
     joined=$(IFS='|'; echo "${controls[*]}") numbered=$(IFS='|'; echo "${ladspa[*]}")
     for kind in mono stereo; do
         rm -f wanted-$kind.wav
-        "$program" --learn off "${options[@]}" $kind.wav wanted-$kind.wav
+        "$program" "${options[@]}" $kind.wav wanted-$kind.wav
         lv2apply -i $kind.wav -o lv2apply.wav "${lv2[@]}" urn:quietfloor:$kind
-        "$program" --force --learn off --link off "${options[@]}" $kind.wav apart-$kind.wav # as LADSPA's mono plug-ins do
+        "$program" --force --link off "${options[@]}" $kind.wav apart-$kind.wav # as LADSPA's mono plug-ins do
         Check "lv2apply, $kind" wanted-$kind.wav lv2apply.wav "$delay"
         ffmpeg -v error -y -i $kind.wav -af "lv2=p=urn\\\\:quietfloor\\\\:$kind:c=$joined" -c:a pcm_f32le lv2.wav
         Check "FFmpeg lv2, $kind" wanted-$kind.wav lv2.wav "$delay"
