@@ -70,7 +70,7 @@ TEST(LearnAhead, DoesNotDependOnHowTheSoundIsCut) {
 TEST(LearnAhead, TakesNeitherSilenceNorFadesForTheNoise) {
     Samples sound = Talk();
     const auto Frame = [](double at) { return static_cast<std::size_t>(2 * std::lround(at * second)); };
-    std::fill(sound.begin(), sound.begin() + Frame(1.5), 0.0f);
+    std::fill_n(sound.begin(), Frame(1.5), 0.0f);
     for (std::size_t i = Frame(5.0); i < Frame(5.25); ++i)
         sound[i] *= 0.003f;
     for (std::size_t i = Frame(19.3); i < sound.size(); ++i)
