@@ -348,35 +348,39 @@ TEST(Stream, BadSamplesCountAsGoodOnes) {
     }
 }
 
+// Both estimators, each in both modes.
+class StreamVariant : public testing::TestWithParam<int> {};
+
+INSTANTIATE_TEST_SUITE_P(, StreamVariant, testing::Values(0, 1, 2, 3));
+
 // Zeros, subnormals, bounds and their neighbours, the largest values, infinities and NaN: with each the
 // output stays finite, after a rebuild too, and with the value put back noise falls as far as it did.
-TEST(Stream, NoParameterDamagesLaterOutput) {
+TEST_P(StreamVariant, NoParameterDamagesLaterOutput) {
     using Limits = std::numeric_limits<float>;
     const Samples noise = WhiteNoise(8000, -40);
-    for (const int turn : {0, 1, 2, 3}) {
-        Reducer learnt(AtLowRate(estimators[turn / 2], turn % 2 != 0)), spared(learnt);
-        const double usual = LevelAfterwards(spared);
-        for (int index = 0; index < Reducer::kParamCount; ++index) {
-            float lower = 0, upper = 0;
-            learnt.GetBounds(index, lower, upper);
-            std::vector<float> values{0, Limits::denorm_min(), Limits::min(), 1, Limits::max(), infinity};
-            for (const float bound : {lower, upper})
-                values.insert(values.end(),
-                              {bound, std::nextafter(bound, -infinity), std::nextafter(bound, infinity)});
-            for (std::size_t i = values.size(); i-- > 0;)
-                values.push_back(-values[i]);
-            values.push_back(quietNan);
-            for (const float value : values) {
-                Reducer reducer(learnt);
-                reducer.SetParameter(index, value);
-                EXPECT_TRUE(IsFinite(Through(reducer, noise))) << index << " " << value;
-                Reducer rebuilt(reducer);
-                rebuilt.Resume();
-                EXPECT_TRUE(IsFinite(Through(rebuilt, noise))) << index << " " << value;
-                reducer.SetParameter(index, learnt.GetParameter(index));
-                EXPECT_NEAR(LevelAfterwards(reducer), usual, turn < 2 ? 0.5 : 2.0)
-                    << index << " " << value << " " << turn;
-            }
+    const int turn = GetParam();
+    Reducer learnt(AtLowRate(estimators[turn / 2], turn % 2 != 0)), spared(learnt);
+    const double usual = LevelAfterwards(spared);
+    for (int index = 0; index < Reducer::kParamCount; ++index) {
+        float lower = 0, upper = 0;
+        learnt.GetBounds(index, lower, upper);
+        std::vector<float> values{0, Limits::denorm_min(), Limits::min(), 1, Limits::max(), infinity};
+        for (const float bound : {lower, upper})
+            values.insert(values.end(),
+                          {bound, std::nextafter(bound, -infinity), std::nextafter(bound, infinity)});
+        for (std::size_t i = values.size(); i-- > 0;)
+            values.push_back(-values[i]);
+        values.push_back(quietNan);
+        for (const float value : values) {
+            Reducer reducer(learnt);
+            reducer.SetParameter(index, value);
+            EXPECT_TRUE(IsFinite(Through(reducer, noise))) << index << " " << value;
+            Reducer rebuilt(reducer);
+            rebuilt.Resume();
+            EXPECT_TRUE(IsFinite(Through(rebuilt, noise))) << index << " " << value;
+            reducer.SetParameter(index, learnt.GetParameter(index));
+            EXPECT_NEAR(LevelAfterwards(reducer), usual, turn < 2 ? 0.5 : 2.0)
+                << index << " " << value << " " << turn;
         }
     }
 }
