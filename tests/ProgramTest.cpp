@@ -97,7 +97,12 @@ protected:
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
-    std::string Said() const { return Content("said"); }
+    // With the same line ends on every system.
+    std::string Said() const {
+        std::string text = Content("said");
+        std::erase(text, '\r');
+        return text;
+    }
 
     std::size_t FileCount() const {
         return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), {}));
